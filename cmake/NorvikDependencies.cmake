@@ -1,0 +1,16 @@
+# Third-party packages. All of them are Debian packages; scripts/apt-packages.txt lists them.
+
+find_package(Threads REQUIRED)
+find_package(Protobuf 3.21 REQUIRED)
+find_package(fastcdr REQUIRED)
+find_package(fastrtps 2.9 REQUIRED)
+if(NOT fastrtps_VERSION VERSION_LESS 2.10)
+  message(FATAL_ERROR "Fast DDS 2.9.x is required, found ${fastrtps_VERSION}")
+endif()
+find_package(Boost 1.74 REQUIRED COMPONENTS thread)
+find_package(fmt REQUIRED)
+find_package(spdlog REQUIRED)
+find_package(nlohmann_json REQUIRED)
+find_package(Eigen3 REQUIRED)
+find_package(CURL REQUIRED)
+include(NorvikOpenCV)
