@@ -1,0 +1,14 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace norvik::ovimux {
+
+// Names one DDS sample: its writer, and its number there.
+struct SampleIdentity {
+  std::array<uint8_t, 16> writer_guid{};
+  uint64_t sequence_number = 0;
+};
+
+}  // namespace norvik::ovimux

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <fastdds/dds/subscriber/DataReaderListener.hpp>
+#include <fastdds/dds/subscriber/SampleInfo.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "ovimux/dds/buffer_recycler.hpp"
+#include "ovimux/dds/envelope.hpp"
+#include "ovimux/export.hpp"
+#include "ovimux/qos.hpp"
+#include "ovimux/threadpool/ovimux_thread_pool.hpp"
+
+namespace norvik::ovimux {
+
+// What the receiving side of readers, clients and servers has in common. On the DDS thread a sample is taken, checked
+// and moved into a queue, and the drain task is kicked; nothing is parsed there and no user code runs there.
+class OVIMUX_EXPORT SubListenerBase : public eprosima::fastdds::dds::DataReaderListener {
+ public:
+  // What differs between the kinds of listener.
+  struct Kind {
+    const char* name;            // Begins the log texts.
+    const char* small_received;  // Log text of a sample in the small envelope.
+    int statistics_kind;
+    // The plain listener spares the broadcasts of the topology its slowness warning, in the small envelope only.
+    bool spares_broadcasts;
+  };
+
+  SubListenerBase(const Kind& kind, std::string topic, const Qos& qos);
+
+  void on_data_available(eprosima::fastdds::dds::DataReader* reader) final;
+  void on_subscription_matched(eprosima::fastdds::dds::DataReader* reader,
+                               const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) final;
+  void on_sample_lost(eprosima::fastdds::dds::DataReader* reader,
+                      const eprosima::fastdds::dds::SampleLostStatus& status) final;
+  void on_requested_incompatible_qos(eprosima::fastdds::dds::DataReader* reader,
+                                     const eprosima::fastdds::dds::RequestedIncompatibleQosStatus& status) final;
+
+  const std::string& topic() const { return topic_; }
+
+ protected:
+  // Whether the sample is meant for this listener.
+  virtual bool accept(const eprosima::fastdds::dds::SampleInfo& info) = 0;
+  // Moves the bytes out of `envelope` into the queue; 0 on success. Logs nothing.
+  virtual int enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info) = 0;
+  virtual int64_t transit_threshold_ms() const = 0;
+  virtual bool kicks_task() const { return true; }
+  // The number that names a sample in the log.
+  virtual uint32_t log_index(const Envelope& envelope) const { return envelope.seq; }
+  virtual void on_match_count(int32_t /*current_count*/) {}
+
+  bool uses_large_envelope() const { return qos_.payload_kind == kLargePayloadKind; }
+  void kick();
+  BufferRecycler& recycler() { return recycler_; }
+
+  std::shared_ptr<Task> task_;
+  const Qos qos_;
+
+ private:
+  void handle_sample(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info);
+  bool is_usable(const Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info);
+  void account(const Envelope& envelope);
+
+  const Kind kind_;
+  const std::string topic_;
+  std::mutex receive_mutex_;
+  int32_t match_count_ = 0;
+  BufferRecycler recycler_;
+};
+
+}  // namespace norvik::ovimux

@@ -1,0 +1,250 @@
+#include "ovimux/dds/dds_client_base.hpp"
+
+#include <fastdds/dds/publisher/DataWriter.hpp>
+#include <fastdds/dds/publisher/DataWriterListener.hpp>
+#include <fastdds/dds/subscriber/SampleInfo.hpp>
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+#include <utility>
+
+#include "dds/dds_thread.hpp"
+#include "dds/drain.hpp"
+#include "dds/token.hpp"
+#include "ovimux/core/active_wait.hpp"
+#include "ovimux/core/global_data.hpp"
+#include "ovimux/core/statistics.hpp"
+#include "ovimux/dds/dds_tools.hpp"
+#include "ovimux/log.hpp"
+#include "ovimux/ovimux.hpp"
+
+namespace norvik::ovimux {
+namespace {
+
+using eprosima::fastrtps::rtps::GUID_t;
+
+constexpr SubListenerBase::Kind kClientKind = {"DDSClientSubSerializationListener",
+                                               "DDSClientSubSerializationListener: 64k data received",
+                                               kClientChannel, false};
+constexpr std::chrono::milliseconds kServerPollPeriod{100};
+
+std::array<uint8_t, 16> guid_bytes(const GUID_t& guid) {
+  std::array<uint8_t, 16> bytes{};
+  std::memcpy(bytes.data(), guid.guidPrefix.value, 12);
+  std::memcpy(bytes.data() + 12, guid.entityId.value, 4);
+  return bytes;
+}
+
+GUID_t guid_of(const std::array<uint8_t, 16>& bytes) {
+  GUID_t guid;
+  std::memcpy(guid.guidPrefix.value, bytes.data(), 12);
+  std::memcpy(guid.entityId.value, bytes.data() + 12, 4);
+  return guid;
+}
+
+// Counts the servers that read this client's requests.
+class DDSClientPubListener : public eprosima::fastdds::dds::DataWriterListener {
+ public:
+  explicit DDSClientPubListener(std::function<void(unsigned)> on_match_count)
+      : on_match_count_(std::move(on_match_count)) {}
+
+  void on_publication_matched(eprosima::fastdds::dds::DataWriter* /*writer*/,
+                              const eprosima::fastdds::dds::PublicationMatchedStatus& status) override {
+    const DdsThreadScope dds_thread;
+    on_match_count_(static_cast<unsigned>(std::max(0, status.current_count)));
+  }
+
+ private:
+  const std::function<void(unsigned)> on_match_count_;
+};
+
+}  // namespace
+
+DDSClientSubListenerCore::DDSClientSubListenerCore(const std::string& topic, const Qos& qos,
+                                                   std::function<void(int32_t)> on_match_count)
+    : SubListenerBase(kClientKind, topic, qos), on_match_count_(std::move(on_match_count)), queue_(topic) {
+  queue_.create(kQueueDepth, true);
+}
+
+void DDSClientSubListenerCore::set_task() {
+  task_ = std::make_shared<Task>([weak = weak_core()] {
+    if (const auto self = weak.lock()) {
+      drain_past_exceptions([&self] { self->threadpoll_task(); });
+    }
+  });
+  task_->set_state(Task::kIdle);
+}
+
+void DDSClientSubListenerCore::set_writer_guid(const std::array<uint8_t, 16>& guid) {
+  writer_guid_ = guid;
+  writer_guid_known_.store(true, std::memory_order_release);
+}
+
+int64_t DDSClientSubListenerCore::transit_threshold_ms() const {
+  return GlobalData::Instance()->getClientSubThreshold();
+}
+
+bool DDSClientSubListenerCore::accept(const eprosima::fastdds::dds::SampleInfo& info) {
+  const GUID_t& incoming = info.related_sample_identity.writer_guid();
+  const bool is_mine = writer_guid_known_.load(std::memory_order_acquire) && guid_bytes(incoming) == writer_guid_;
+  if (is_mine) {
+    OVIMUX_LOG(kInfo) << "DDSClientSubSerializationListener: related_sample_identity success, topic: " << topic()
+                      << ", writer sn: " << info.related_sample_identity.sequence_number().to64long();
+  } else {
+    OVIMUX_LOG(kInfo) << "DDSClientSubSerializationListener: data id from other client, writer guid origin: "
+                      << guid_of(writer_guid_) << ", writer guid income: " << incoming << ", writer sn income: "
+                      << info.related_sample_identity.sequence_number().to64long() << ", topic: " << topic();
+  }
+  return is_mine;
+}
+
+int DDSClientSubListenerCore::enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& /*info*/) {
+  auto entry = std::make_shared<ClientQueueData>();
+  entry->length = static_cast<uint32_t>(envelope.raw_data.size());
+  entry->bytes = std::make_shared<std::vector<uint8_t>>(std::move(envelope.raw_data));
+  entry->rpc_seq = envelope.rpc_seq;
+  return queue_.write(entry);
+}
+
+int DDSClientSubListenerCore::threadpoll_task() {
+  if (!OK()) {
+    OVIMUX_LOG(kInfo) << "msg_threadpoll_task: ovimux state is shutdown, topic: " << topic();
+    return -2;
+  }
+  if (!has_callback()) {
+    OVIMUX_LOG(kError) << "msg_threadpoll_task: cbk is null, topic: " << topic();
+    return -1;
+  }
+  while (OK() && deliver_next()) {
+  }
+  return 0;
+}
+
+bool DDSClientSubListenerCore::deliver_next() {
+  const CallbackGate::Pass pass(gate_);
+  std::shared_ptr<ClientQueueData> entry;
+  if (!pass || queue_.read(entry) != 0) {
+    return false;
+  }
+  if (entry) {  // Empty only where the 32-bit indices have wrapped.
+    deliver_timed(*entry);
+    recycler().give(std::move(*entry->bytes));
+  }
+  return true;
+}
+
+void DDSClientSubListenerCore::deliver_timed(const ClientQueueData& entry) {
+  const int64_t threshold_ms = GlobalData::Instance()->getClientCallbackThreshold();
+  const auto start = std::chrono::steady_clock::now();
+  deliver(*entry.bytes, entry.rpc_seq);
+  const auto elapsed = std::chrono::steady_clock::now() - start;
+  const int64_t elapsed_ms = std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
+  if (threshold_ms <= elapsed_ms) {
+    OVIMUX_LOG(kWarning) << "DDSClientSubSerializationListener rpc callback used time " << elapsed_ms
+                         << " ms, over callback threshold, topic:" << topic() << " , index: " << entry.rpc_seq;
+  }
+}
+
+DDSClientBase::DDSClientBase(const std::string& service, const RpcQos& rpc_qos)
+    : factory_(DDSNodeFactory::Instance(true)),
+      service_(service),
+      request_topic_(service + RPC_CHANNEL_REQ_SUFFIX),
+      response_topic_(service + RPC_CHANNEL_RES_SUFFIX),
+      token_(draw_token()),
+      tid_(GlobalData::ThreadId()) {
+  DDSTools::Instance(true)->TransformQos(rpc_qos, request_qos_, response_qos_);
+}
+
+DDSClientBase::~DDSClientBase() {
+  close_endpoints();
+}
+
+bool DDSClientBase::open_endpoints(const std::shared_ptr<DDSClientSubListenerCore>& listener) {
+  listener_ = listener;
+  auto pub_listener = std::make_shared<DDSClientPubListener>([weak = std::weak_ptr<MatchCounts>(match_counts_)](
+                                                                 unsigned count) {
+    if (const auto counts = weak.lock()) {
+      counts->pub.store(count);
+    } else {
+      OVIMUX_LOG(kWarning) << "DDSSerializationDataClient already destroyed";
+    }
+  });
+  listener_->set_task();
+  writer_ = factory_->CreateWriter(request_topic_, std::move(pub_listener), request_qos_);
+  if (writer_ != nullptr) {
+    // Known before the reader exists, so that no answer can be taken for another client's.
+    listener_->set_writer_guid(guid_bytes(writer_->guid()));
+    reader_ = factory_->CreateReader(response_topic_, listener_, response_qos_, nullptr);
+  }
+  open_.store(writer_ != nullptr && reader_ != nullptr);
+  return open_.load();
+}
+
+void DDSClientBase::close_endpoints() {
+  factory_->DeleteWriter(writer_, true);
+  factory_->DeleteReader(reader_, true);
+  if (listener_) {
+    listener_->close();
+  }
+}
+
+unsigned DDSClientBase::matched_server_count() const {
+  const uint32_t pub = match_counts_->pub.load();
+  const uint32_t sub = match_counts_->sub.load();
+  if (pub != sub) {
+    OVIMUX_LOG(kInfo) << "DDSSerializationDataClient: topic: " << topic()
+                      << ", current pub/sub match different count, pub match count: " << pub
+                      << ", sub match count: " << sub;
+  }
+  return std::min(pub, sub);
+}
+
+void DDSClientBase::wait_for_server(const std::chrono::seconds& timeout) const {
+  const ActiveWait wait;
+  const auto start = std::chrono::steady_clock::now();
+  while (OK() && std::chrono::steady_clock::now() - start < timeout) {
+    const unsigned count = matched_server_count();
+    if (count != 0) {
+      OVIMUX_LOG(kInfo) << "Matched server, count: " << count << ", topic: " << topic();
+      wait.sleep_until(std::chrono::steady_clock::now() + kServerPollPeriod);  // The other direction settles.
+      return;
+    }
+    wait.sleep_until(std::chrono::steady_clock::now() + kServerPollPeriod);
+  }
+  if (OK()) {
+    OVIMUX_LOG(kWarning) << "WaitForServerConnectThread timeout after " << timeout.count()
+                         << " seconds, topic: " << topic();
+  } else {
+    OVIMUX_LOG(kInfo) << "WaitForServerConnectThread exited due to shutdown, topic: " << topic();
+  }
+}
+
+bool DDSClientBase::check_running() const {
+  if (!OK()) {
+    OVIMUX_LOG(kInfo) << "DDSSerializationDataClient: ovimux state is shutdown, topic: " << topic();
+  }
+  return OK();
+}
+
+bool DDSClientBase::check_open_and_log() const {
+  if (!is_open()) {
+    OVIMUX_LOG(kError) << "DDSSerializationDataClient: init failed, topic: " << topic();
+  }
+  return is_open();
+}
+
+bool DDSClientBase::begin_publish(unsigned& seq) {
+  if (!check_running()) {
+    return false;
+  }
+  if (writer_ == nullptr) {
+    OVIMUX_LOG(kError) << "DDSSerializationDataClient is empty, publish data failed, topic: " << topic();
+    return false;
+  }
+  seq = ++rpc_seq_;
+  OVIMUX_LOG(kDebug) << "DDSSerializationDataClient: publish data, topic: " << topic() << ", index: " << seq;
+  return true;
+}
+
+}  // namespace norvik::ovimux

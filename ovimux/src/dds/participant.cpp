@@ -1,0 +1,133 @@
+#include "dds/participant.hpp"
+
+#include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
+#include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
+#include <fastrtps/utils/IPLocator.h>
+#include <sys/statvfs.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "ovimux/core/global_data.hpp"
+#include "ovimux/log.hpp"
+
+namespace norvik::ovimux {
+namespace {
+
+using eprosima::fastdds::dds::DomainParticipant;
+using eprosima::fastdds::dds::DomainParticipantFactory;
+using eprosima::fastdds::dds::DomainParticipantQos;
+using eprosima::fastdds::rtps::SharedMemTransportDescriptor;
+using eprosima::fastdds::rtps::UDPv4TransportDescriptor;
+using eprosima::fastrtps::rtps::IPLocator;
+using eprosima::fastrtps::rtps::Locator_t;
+using eprosima::fastrtps::types::ReturnCode_t;
+
+constexpr int kMaxDomainId = 232;
+constexpr const char* kProfileName = "ovimux";
+
+constexpr uint32_t kSegmentSize = 16U << 20U;
+// Several processes start at once, and each touches its whole segment.
+constexpr uint64_t kSharedMemoryHeadroom = 4ULL * kSegmentSize;
+constexpr uint32_t kPortQueueCapacity = 8192;
+// Fragments take the smallest of all transports, so shared memory gets the size of a datagram too.
+constexpr uint32_t kMaxMessageSize = 65500;
+constexpr uint32_t kSocketBufferSize = 4U << 20U;
+constexpr uint32_t kMaxPeersPerAddress = 32;
+constexpr const char* kLoopback = "127.0.0.1";
+constexpr const char* kDiscoveryMulticast = "239.255.0.1";
+
+void add_peer(DomainParticipantQos& qos, const char* address) {
+  Locator_t locator;
+  IPLocator::setIPv4(locator, address);
+  locator.port = 0;
+  qos.wire_protocol().builtin.initialPeersList.push_back(locator);
+}
+
+void add_transports(DomainParticipantQos& qos, bool localhost_only, uint64_t shared_memory_free) {
+  auto& transports = qos.transport();
+  transports.use_builtin_transports = false;
+  if (shared_memory_free > kSharedMemoryHeadroom) {
+    auto shared_memory = std::make_shared<SharedMemTransportDescriptor>();
+    shared_memory->segment_size(kSegmentSize);
+    shared_memory->max_message_size(kMaxMessageSize);
+    shared_memory->port_queue_capacity(kPortQueueCapacity);
+    transports.user_transports.push_back(std::move(shared_memory));
+  } else {
+    OVIMUX_LOG(kWarning) << "/dev/shm has " << shared_memory_free << " bytes free, " << kSharedMemoryHeadroom
+                         << " are needed: using UDP only";
+  }
+  auto udp = std::make_shared<UDPv4TransportDescriptor>();
+  udp->sendBufferSize = kSocketBufferSize;
+  udp->receiveBufferSize = kSocketBufferSize;
+  udp->maxInitialPeersRange = kMaxPeersPerAddress;
+  if (localhost_only) {
+    udp->interfaceWhiteList = {kLoopback};
+  }
+  transports.user_transports.push_back(std::move(udp));
+}
+
+uint64_t free_shared_memory() {
+  struct statvfs info {};
+  return statvfs("/dev/shm", &info) == 0 ? static_cast<uint64_t>(info.f_bavail) * info.f_frsize : 0;
+}
+
+int parse_domain_id(const char* text) {
+  if (text == nullptr || *text == '\0') {
+    return 0;
+  }
+  char* end = nullptr;
+  const long value = std::strtol(text, &end, 10);
+  if (*end != '\0' || value < 0 || value > kMaxDomainId) {
+    OVIMUX_LOG(kError) << "OVIMUX_DOMAIN_ID is \"" << text << "\", expected 0 to " << kMaxDomainId << ": using 0";
+    return 0;
+  }
+  return static_cast<int>(value);
+}
+
+bool parse_localhost_only(const char* text) {
+  const std::string value = text != nullptr ? text : "";
+  if (!value.empty() && value != "0" && value != "1") {
+    OVIMUX_LOG(kError) << "OVIMUX_LOCALHOST_ONLY is \"" << value << "\", expected 0 or 1: using 0";
+  }
+  return value == "1";
+}
+
+}  // namespace
+
+ParticipantSettings parse_participant_settings(const char* domain_id, const char* localhost_only) {
+  return {parse_domain_id(domain_id), parse_localhost_only(localhost_only)};
+}
+
+DomainParticipantQos make_participant_qos(const ParticipantSettings& settings, uint64_t shared_memory_free) {
+  DomainParticipantQos qos;
+  add_transports(qos, settings.localhost_only, shared_memory_free);
+  auto& discovery = qos.wire_protocol().builtin.discovery_config;
+  // The default of 3 s makes an unlucky start wait that long.
+  discovery.leaseDuration_announcementperiod = {0, 250000000};
+  // After this time a peer that died is forgotten.
+  discovery.leaseDuration = {5, 0};
+  add_peer(qos, kLoopback);
+  if (!settings.localhost_only) {
+    add_peer(qos, kDiscoveryMulticast);
+  }
+  qos.name("ovimux/" + GlobalData::Instance()->process_name());
+  return qos;
+}
+
+DomainParticipant* create_participant(DomainParticipantFactory& factory) {
+  const auto settings =
+      parse_participant_settings(std::getenv("OVIMUX_DOMAIN_ID"), std::getenv("OVIMUX_LOCALHOST_ONLY"));
+  factory.load_profiles();
+  DomainParticipantQos qos;
+  if (factory.get_participant_qos_from_profile(kProfileName, qos) != ReturnCode_t::RETCODE_OK) {
+    qos = make_participant_qos(settings, free_shared_memory());
+  }
+  auto* participant = factory.create_participant(static_cast<uint32_t>(settings.domain_id), qos);
+  if (participant == nullptr) {
+    OVIMUX_LOG(kError) << "DDS participant could not be created, domain: " << settings.domain_id;
+  }
+  return participant;
+}
+
+}  // namespace norvik::ovimux

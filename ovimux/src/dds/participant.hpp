@@ -1,0 +1,28 @@
+#pragma once
+
+#include <fastdds/dds/domain/DomainParticipant.hpp>
+#include <fastdds/dds/domain/DomainParticipantFactory.hpp>
+#include <fastdds/dds/domain/qos/DomainParticipantQos.hpp>
+
+#include <string>
+
+namespace norvik::ovimux {
+
+// What the environment says about discovery. Values that make no sense are logged and replaced by the default.
+struct ParticipantSettings {
+  int domain_id = 0;            // OVIMUX_DOMAIN_ID, 0 to 232.
+  bool localhost_only = false;  // OVIMUX_LOCALHOST_ONLY=1
+};
+
+ParticipantSettings parse_participant_settings(const char* domain_id, const char* localhost_only);
+
+// Transports and discovery tuned for samples of up to 10 MB. Shared memory is used only if /dev/shm has room: a segment
+// that does not fit ends the process with SIGBUS.
+eprosima::fastdds::dds::DomainParticipantQos make_participant_qos(const ParticipantSettings& settings,
+                                                                  uint64_t shared_memory_free);
+
+// Makes the process's participant. A participant profile named "ovimux" in the XML file that Fast DDS loads replaces
+// the settings made here. Null when DDS refuses.
+eprosima::fastdds::dds::DomainParticipant* create_participant(eprosima::fastdds::dds::DomainParticipantFactory& factory);
+
+}  // namespace norvik::ovimux

@@ -1,0 +1,150 @@
+#include "ovimux/dds/sub_listener_base.hpp"
+
+#include <fastdds/dds/subscriber/DataReader.hpp>
+#include <fastdds/dds/subscriber/SampleInfo.hpp>
+
+#include <ctime>
+#include <utility>
+
+#include "dds/dds_thread.hpp"
+#include "dds/endpoint_qos.hpp"
+#include "ovimux/core/statistics.hpp"
+#include "ovimux/log.hpp"
+#include "ovimux/ovimux.hpp"
+
+namespace norvik::ovimux {
+namespace {
+
+using eprosima::fastdds::dds::DataReader;
+using eprosima::fastdds::dds::SampleInfo;
+using eprosima::fastrtps::types::ReturnCode_t;
+
+int64_t now_us() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return static_cast<int64_t>(now.tv_sec) * 1000000 + now.tv_nsec / 1000;
+}
+
+int64_t transit_time_us(const Envelope& envelope) {
+  return now_us() - (static_cast<int64_t>(envelope.timestamp_sec) * 1000000 + envelope.timestamp_nsec / 1000);
+}
+
+}  // namespace
+
+SubListenerBase::SubListenerBase(const Kind& kind, std::string topic, const Qos& qos)
+    : qos_(qos), kind_(kind), topic_(std::move(topic)) {}
+
+void SubListenerBase::on_data_available(DataReader* reader) {
+  const DdsThreadScope dds_thread;
+  if (!OK()) {
+    OVIMUX_LOG(kInfo) << kind_.name << ": ovimux state is shutdown, topic: " << topic_;
+    return;
+  }
+  const std::lock_guard<std::mutex> lock(receive_mutex_);
+  OVIMUX_LOG(kDebug) << (uses_large_envelope() ? "DDSSubSerializationListener: large data received"
+                                               : kind_.small_received)
+                     << ", topic: " << topic_;
+  Envelope envelope;
+  envelope.raw_data = recycler_.take();
+  SampleInfo info;
+  while (reader->take_next_sample(&envelope, &info) == ReturnCode_t::RETCODE_OK) {
+    handle_sample(envelope, info);
+    if (envelope.raw_data.capacity() == 0) {
+      envelope.raw_data = recycler_.take();
+    }
+  }
+  recycler_.give(std::move(envelope.raw_data));
+}
+
+void SubListenerBase::handle_sample(Envelope& envelope, const SampleInfo& info) {
+  if (!is_usable(envelope, info)) {
+    return;
+  }
+  account(envelope);
+  if (enqueue(envelope, info) != 0) {
+    OVIMUX_LOG(kError) << "process_data error, write ref to queue fail, topic: " << topic_;
+  }
+  if (kicks_task()) {
+    kick();
+  }
+}
+
+bool SubListenerBase::is_usable(const Envelope& envelope, const SampleInfo& info) {
+  if (info.instance_state != eprosima::fastdds::dds::ALIVE_INSTANCE_STATE) {
+    OVIMUX_LOG(kError) << kind_.name << ": no ALIVE_INSTANCE_STATE, topic: " << topic_;
+    return false;
+  }
+  if (!info.valid_data) {
+    OVIMUX_LOG(kError) << kind_.name << ": invalid_data, topic: " << topic_;
+    return false;
+  }
+  if (!accept(info)) {
+    return false;
+  }
+  if (envelope.pkg_len < 0 || static_cast<size_t>(envelope.pkg_len) != envelope.raw_data.size()) {
+    OVIMUX_LOG(kError) << kind_.name << ": data vector check failed, topic: " << topic_;
+    return false;
+  }
+  return true;
+}
+
+// Statistics, and the warning about a sample that was long on its way.
+void SubListenerBase::account(const Envelope& envelope) {
+  const int64_t transit_us = transit_time_us(envelope);
+  const bool spared = kind_.spares_broadcasts && !uses_large_envelope() &&
+                      topic_.find("_change_broadcast") != std::string::npos;
+  if (transit_threshold_ms() <= transit_us / 1000 && !spared) {
+    OVIMUX_LOG(kWarning) << kind_.name << ": data used time " << transit_us / 1000 << " ms, over sub threshold "
+                         << transit_threshold_ms() << " ms, topic: " << topic_ << ", index: " << log_index(envelope);
+  }
+  Statistics::Instance().on_channel_msg_recv(topic_, kind_.statistics_kind, envelope.raw_data.size(), transit_us);
+  OVIMUX_LOG(kDebug) << kind_.name << " data available, topic: " << topic_ << ", index: " << log_index(envelope)
+                     << ", token: " << envelope.token << ", timestamp_sec: " << envelope.timestamp_sec
+                     << ", timestamp_nsec: " << envelope.timestamp_nsec << ", pkg_len: " << envelope.pkg_len
+                     << ", data_len: " << envelope.raw_data.size() << ", crc: " << envelope.crc;
+}
+
+void SubListenerBase::kick() {
+  if (task_ && task_->request_run()) {
+    OvimuxThreadPool::Instance()->push_task(task_);
+  }
+}
+
+void SubListenerBase::on_subscription_matched(DataReader* /*reader*/,
+                                              const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) {
+  const DdsThreadScope dds_thread;
+  if (!OK()) {
+    OVIMUX_LOG(kInfo) << kind_.name << ": ovimux state is shutdown, topic: " << topic_;
+    return;
+  }
+  const int32_t change = status.current_count_change;
+  if (change == 1 || change == -1) {
+    match_count_ = status.total_count;
+    OVIMUX_LOG(kInfo) << kind_.name << (change == 1 ? " matched" : " unmatched") << ". topic: " << topic_
+                      << ", total match count: " << status.total_count
+                      << ", current match count: " << status.current_count;
+  } else {
+    OVIMUX_LOG(kInfo) << kind_.name << ": topic: " << topic_ << ", " << change
+                      << " is not a valid value for SubscriptionMatchedStatus current count change";
+  }
+  on_match_count(status.current_count);
+  Statistics::Instance().on_channel_match(topic_, kind_.statistics_kind, status.total_count >= 1);
+}
+
+void SubListenerBase::on_sample_lost(DataReader* /*reader*/, const eprosima::fastdds::dds::SampleLostStatus& status) {
+  const DdsThreadScope dds_thread;
+  OVIMUX_LOG(kError) << kind_.name << ": on_sample_lost, topic: " << topic_ << ", total_count " << status.total_count
+                     << ", total_count_change: " << status.total_count_change;
+  Statistics::Instance().on_channel_msg_lost(topic_, kind_.statistics_kind, status.total_count_change);
+}
+
+void SubListenerBase::on_requested_incompatible_qos(
+    DataReader* /*reader*/, const eprosima::fastdds::dds::RequestedIncompatibleQosStatus& status) {
+  const DdsThreadScope dds_thread;
+  if (status.total_count == status.total_count_change) {  // The first time only.
+    OVIMUX_LOG(kWarning) << "a writer offers less than this reader requests and stays unmatched, policy: "
+                         << policy_name(status.last_policy_id) << ", topic: " << topic_;
+  }
+}
+
+}  // namespace norvik::ovimux
