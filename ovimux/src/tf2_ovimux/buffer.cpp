@@ -12,6 +12,7 @@
 
 #include "fair_shared_mutex.hpp"
 #include "frame_graph.hpp"
+#include "ovimux/core/active_wait.hpp"
 #include "ovimux/log.hpp"
 #include "ovimux/ovimux.hpp"
 
@@ -123,6 +124,7 @@ Resolution Buffer::State::resolve(ReadLock& lock, const std::string& target, con
   if (result.failure == Failure::kNone || wait_ns <= 0) {
     return result;
   }
+  const ActiveWait active;
   const SteadyClock::time_point deadline = deadline_after(wait_ns);
   while (result.failure != Failure::kNone && OK()) {
     const SteadyClock::time_point now = SteadyClock::now();

@@ -54,7 +54,8 @@ class OVIMUX_EXPORT Buffer {
   bool setTransform(const spatial_proto::TransformMsg& transform, bool is_static);
 
   // Whether lookupTransform would succeed. Waits for data up to `timeout`; ends early when data arrives that settles
-  // it, or within 50 ms of the middleware's shutdown. Does not wait unless told that a dedicated thread feeds it.
+  // it, or within 50 ms of the middleware's shutdown. Does not wait while the middleware is not running, nor unless
+  // told that a dedicated thread feeds the buffer.
   bool canTransform(const std::string& target_frame, const std::string& source_frame, const basic_interface::Time& time,
                     const basic_interface::Duration& timeout = basic_interface::Duration(0)) const;
 
