@@ -37,7 +37,7 @@ function(norvik_add_test name)
     if(arg_WIRE)
       set(lock RESOURCE_LOCK ${name})
     endif()
-    gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+    gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES
       TEST_LIST ${name}_cases PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${label} ${lock})
     # gtest_discover_tests flattens lists, so that only the first variable would arrive: set them on the found cases.
     set(script ${CMAKE_CURRENT_BINARY_DIR}/${name}_environment.cmake)

@@ -1,0 +1,33 @@
+# What `cmake --install` puts where. Applications see norvik_sdk alone; the middleware and the schemas are installed
+# beside it as private libraries, without headers and without development links.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/norvik_sdk)
+
+install(TARGETS norvik_sdk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ovimux norvik_proto LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
+set_target_properties(norvik_sdk ovimux norvik_proto PROPERTIES INSTALL_RPATH "$ORIGIN")
+
+foreach(module norvik_sdk_common norvik_robot norvik_motion norvik_navigation norvik_perception)
+  foreach(include_dir ${PROJECT_SOURCE_DIR}/${module}/include ${PROJECT_BINARY_DIR}/${module}/include)
+    if(EXISTS ${include_dir})
+      install(DIRECTORY ${include_dir}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.hpp")
+    endif()
+  endforeach()
+endforeach()
+
+configure_package_config_file(cmake/norvik_sdkConfig.cmake.in ${PROJECT_BINARY_DIR}/norvik_sdkConfig.cmake
+  INSTALL_DESTINATION ${package_dir}
+  PATH_VARS CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/norvik_sdkConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/norvik_sdkConfig.cmake ${PROJECT_BINARY_DIR}/norvik_sdkConfigVersion.cmake
+  DESTINATION ${package_dir})
+
+# The file names its own folder, so that the installed tree can be moved.
+file(RELATIVE_PATH prefix_from_pkgconfig
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(cmake/norvik_sdk.pc.in ${PROJECT_BINARY_DIR}/norvik_sdk.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/norvik_sdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")

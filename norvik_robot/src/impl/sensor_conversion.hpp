@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include <norvik_sdk/types.hpp>
+
+#include "norvik/sensor_proto/camera.pb.h"
+#include "norvik/sensor_proto/image.pb.h"
+#include "norvik/sensor_proto/imu.pb.h"
+#include "norvik/sensor_proto/point_cloud.pb.h"
+
+// Wire messages into public records. Each makes the one copy of the payload that a sample needs; pixels stay encoded as
+// they came. A message without a time has time 0.
+//
+// False for an empty message, with `out` untouched. An empty `out` is filled with a new record first.
+namespace norvik::sdk {
+
+bool compressed_image_to_rgb_data(const std::shared_ptr<sensor_proto::CompressedImage>& message,
+                                  std::shared_ptr<RgbData>& out);
+
+// `height` and `width` are those of the camera's newest parameters, 0 when there are none yet.
+bool compressed_image_to_ir_data(const std::shared_ptr<sensor_proto::CompressedImage>& message,
+                                 std::shared_ptr<IrData>& out, uint32_t height, uint32_t width);
+bool compressed_image_to_depth_data(const std::shared_ptr<sensor_proto::CompressedImage>& message,
+                                    std::shared_ptr<DepthData>& out, uint32_t height, uint32_t width);
+
+// Matrices of a wrong length become the identity.
+bool camera_info_proto_to_camera_info(const std::shared_ptr<sensor_proto::CameraInfo>& message,
+                                      std::shared_ptr<CameraInfo>& out);
+
+bool point_cloud2_proto_to_point_cloud2(const std::shared_ptr<sensor_proto::PointCloud2>& message,
+                                        std::shared_ptr<LidarData>& out);
+
+// Acceleration comes in units of g and goes out in m/s^2. What the message lacks stays as it was in the record. False
+// also for an empty `out`.
+bool imu_proto_to_imu_data(const std::shared_ptr<sensor_proto::ImuSensor>& message, std::shared_ptr<ImuData>& out);
+
+}  // namespace norvik::sdk

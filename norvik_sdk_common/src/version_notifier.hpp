@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+
+namespace norvik::sdk {
+
+struct SdkVersion {
+  int major_number = 0;
+  int minor_number = 0;
+  int patch_number = 0;
+};
+
+struct ReleaseFeed {
+  std::string latest_release_url;  // answers with a JSON record that has a "tag_name"
+  std::string release_page;        // what the user is told to visit
+};
+
+// Starts, once per process, a detached thread that looks for a newer release and tells about it on standard error.
+// Never fails, never waits.
+void notify_new_sdk_version_if_any_async();
+
+// The thread's work: asks `feed` and writes at most one line to `out`. NORVIK_SDK_SKIP_VERSION_CHECK=1 skips it. Every
+// failure is silent. Takes at most 3 s.
+void version_check_worker(const ReleaseFeed& feed, std::FILE* out);
+
+// Text between the quotes behind "tag_name" and its colon.
+std::optional<std::string> extract_tag(const std::string& body);
+
+// "vV1.2.3" gives "1.2.3".
+std::string strip_leading_v(std::string tag);
+
+// Three numbers with dots between; what follows them is ignored.
+std::optional<SdkVersion> parse_version(const std::string& text);
+
+// major * 10000 + minor * 100 + patch; "1.100.0" ties with "2.0.0".
+int32_t version_weight(const SdkVersion& version);
+
+// The line for the user when `body` announces a release newer than `current`.
+std::optional<std::string> upgrade_notice(const std::string& body, const SdkVersion& current,
+                                          const std::string& release_page);
+
+}  // namespace norvik::sdk
