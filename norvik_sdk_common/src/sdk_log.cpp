@@ -1,10 +1,28 @@
 #include "sdk_log.hpp"
 
+#include <string>
+
 namespace norvik::sdk {
+
+namespace {
+
+// A record repeats what a caller or a peer passed. A name of megabytes must not fill the log's disk.
+constexpr size_t kLongestRecord = 16 * 1024;
+
+std::string cut_long_record(std::string message) {
+  if (message.size() > kLongestRecord) {
+    const std::string tail = " ... (" + std::to_string(message.size()) + " bytes)";
+    message.resize(kLongestRecord);
+    message += tail;
+  }
+  return message;
+}
+
+}  // namespace
 
 LoggerHelper::~LoggerHelper() {
   try {
-    const std::string message = stream_.str();
+    const std::string message = is_user_ ? stream_.str() : cut_long_record(stream_.str());
     Logger& logger = Logger::get_instance();
     if (is_user_) {
       logger.user_log(level_, file_, function_, line_, message.c_str());

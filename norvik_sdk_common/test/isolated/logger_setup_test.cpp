@@ -270,6 +270,15 @@ TEST(LoggerRecords, CostNothingBelowTheLevelOrBeforeTheLogIsOpen) {
   EXPECT_EQ(evaluations, 1);
 }
 
+TEST(LoggerRecords, AreCutWhenTheyRepeatAnEndlessName) {
+  test::SdkLogCapture capture;
+  SDK_LOG(error) << "unknown group: " << std::string(1000000, 'x');
+  const auto texts = capture.texts("error");
+  ASSERT_EQ(texts.size(), 1U);
+  EXPECT_LT(texts.front().size(), 20000U);
+  EXPECT_NE(texts.front().find("xxx ... (1000015 bytes)"), std::string::npos);
+}
+
 TEST(LogCapture, SeesOnlyWhatCameAfterItsMark) {
   SDK_LOG(error) << "before the log was open";
   test::SdkLogCapture capture;

@@ -1,0 +1,127 @@
+#!/usr/bin/env bash
+# From a fresh clone to an arm that moves: installs what is missing, builds, starts a simulated robot, and runs
+# examples/move_arm against it. Ends by itself; exit status 0 only if the arm arrived.
+#
+#   ./scripts/demo.sh [--jobs N]
+#
+# The full output of every step is kept in build/demo/demo.log.
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+
+jobs=$(default_jobs)
+while [ $# -gt 0 ]; do
+  case "$1" in
+    -h | --help) sed -n '2,/^set/{s/^# \{0,1\}//p}' "$0"; exit 0 ;;
+    --jobs | -j) jobs=${2:?--jobs needs a number}; shift ;;
+    *) echo "demo.sh: unknown option $1 (see --help)" >&2; exit 2 ;;
+  esac
+  shift
+done
+
+readonly demo_dir=$PWD/build/demo
+readonly log=$demo_dir/demo.log robot_output=$demo_dir/robot.out arm_output=$demo_dir/move_arm.out
+readonly install_dir=$demo_dir/install
+mkdir -p "$demo_dir"
+: >"$log"
+
+robot= arm= tail=
+end_processes() {
+  local process
+  for process in $arm $robot $tail; do
+    kill "$process" 2>/dev/null
+    wait "$process" 2>/dev/null
+  done
+}
+trap end_processes EXIT
+trap 'exit 130' INT TERM
+
+say() {
+  echo "==> $*"
+  echo "==> $*" >>"$log"
+}
+
+die() {
+  echo "demo.sh: $*. The log: $log" >&2
+  tail -15 "$log" >&2
+  exit 1
+}
+
+# A DDS domain nobody on this machine has opened: its UDP ports are unused.
+free_domain() {
+  local used domain first
+  used=$(awk 'FNR > 1 { split($2, address, ":"); print strtonum("0x" address[2]) }' /proc/net/udp 2>/dev/null ||
+    awk 'FNR > 1 { print 0 }' /proc/net/udp)
+  for domain in $(shuf -i 1-100); do
+    first=$((7400 + 250 * domain))
+    echo "$used" | awk -v first="$first" '$1 >= first && $1 < first + 250 { busy = 1 } END { exit busy }' &&
+      echo "$domain" && return
+  done
+  echo 42
+}
+
+# wait_for FILE PATTERN PROCESS SECONDS   until the file has the pattern; fails when the process ends before
+wait_for() {
+  local deadline=$((SECONDS + $4))
+  until grep -q "$2" "$1"; do
+    kill -0 "$3" 2>/dev/null && [ "$SECONDS" -lt "$deadline" ] || return 1
+    sleep 0.1
+  done
+}
+
+say "Installing missing Debian packages (about two minutes on a fresh machine)"
+scripts/setup.sh build product simulator tests 2>&1 | tee -a "$log" | grep --line-buffered -E '^(Installing|Setting up|setup.sh)'
+[ "${PIPESTATUS[0]}" -eq 0 ] || die "the packages could not be installed"
+
+say "Building the library and the simulated robot (some minutes the first time)"
+configure_preset release >>"$log" 2>&1 || die "the configuration failed"
+cmake --build build/release -j"$jobs" --target norvik_sdk norvik_simulator 2>&1 | tee -a "$log" | show_progress
+[ "${PIPESTATUS[0]}" -eq 0 ] || die "the build failed"
+
+say "Building the example against the installed package"
+{
+  cmake --install build/release --prefix "$install_dir" &&
+    cmake -S examples -B "$demo_dir/examples" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$install_dir" &&
+    cmake --build "$demo_dir/examples" -j"$jobs" --target move_arm
+} >>"$log" 2>&1 || die "the example does not build"
+
+OVIMUX_DOMAIN_ID=$(free_domain)
+export OVIMUX_DOMAIN_ID OVIMUX_LOCALHOST_ONLY=1 NORVIK_SDK_SKIP_VERSION_CHECK=1
+export PATH=$install_dir/bin:$PATH
+
+say "Starting the simulated robot (DDS domain $OVIMUX_DOMAIN_ID, this machine only)"
+: >"$robot_output"
+norvik_simulator --model k2 >"$robot_output" 2>>"$log" &
+robot=$!
+wait_for "$robot_output" '^norvik_simulator ready' "$robot" 20 || die "the simulated robot did not start"
+cat "$robot_output" | tee -a "$log"
+
+say "Running examples/move_arm"
+: >"$arm_output"
+move_arm_program=$demo_dir/examples/move_arm
+"$move_arm_program" --until-refused >"$arm_output" 2>&1 &
+arm=$!
+tail -n +1 -f --pid="$arm" "$arm_output" | tee -a "$log" &
+tail=$!
+
+if wait_for "$arm_output" '^Waiting for a command to be refused' "$arm" 90; then
+  fault='{"op":"error","group":"left_arm","code":196609,"description":"motor too hot"}'
+  say "Injecting a fault: norvik_simulator --control '$fault'"
+  norvik_simulator --control "$fault" 2>&1 | tee -a "$log"
+fi
+wait "$arm"
+status=$?
+arm=
+wait "$tail" 2>/dev/null
+tail=
+
+say "Ending the simulated robot"
+kill -TERM "$robot" 2>/dev/null
+wait "$robot"
+robot_status=$?
+robot=
+
+arrived=false
+grep -q '^The arm arrived' "$arm_output" && arrived=true
+say "Arm arrived: $arrived; move_arm ended with $status, the simulated robot with $robot_status. Log: $log"
+$arrived && [ "$status" -eq 0 ]

@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Builds and runs an application against the installed package, found by CMake and by pkg-config: run.sh PREFIX BUILD_DIR
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+prefix=$1 build_dir=$2
+
+die() {
+  echo "error: $*" >&2
+  exit 1
+}
+
+# Runs with a home folder of its own, since the library writes its log there.
+run() {
+  HOME=$PWD/$build_dir OVIMUX_LOCALHOST_ONLY=1 NORVIK_SDK_SKIP_VERSION_CHECK=1 "$@"
+}
+
+rm -rf "$build_dir"
+cmake -S "$here" -B "$build_dir" -DCMAKE_PREFIX_PATH="$prefix"
+cmake --build "$build_dir"
+run "$build_dir/smoke"
+
+# The program that the README shows must compile as it stands.
+sed -n '/^```cpp$/,/^```$/{/^```/d;p}' "$here/../../README.md" >"$build_dir/readme.cpp"
+g++ -std=c++17 -Wall -Wextra -Werror -I"$prefix/include" -c "$build_dir/readme.cpp" -o "$build_dir/readme.o"
+
+if cmake -S "$here" -B "$build_dir/wrong" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_PROJECT_INCLUDE="$here/wrong_version.cmake"; then
+  die "the package accepts a request for another minor version"
+fi
+
+library=$(find "$prefix" -name libnorvik_sdk.so)
+pc_dir=$(dirname "$(find "$prefix" -name norvik_sdk.pc)")
+flags=$(PKG_CONFIG_PATH=$pc_dir pkg-config --cflags --libs norvik_sdk)
+# shellcheck disable=SC2086
+g++ -std=c++17 "$here/smoke.cpp" -o "$build_dir/smoke_pkg_config" $flags -Wl,-rpath,"$(dirname "$library")"
+run "$build_dir/smoke_pkg_config"
+
+# What the library uses inside must show neither in what an application links nor in what the library exports.
+private='fastrtps|fastcdr|protobuf|spdlog|libfmt|boost|curl|opencv|ovimux|norvik_proto'
+if readelf -d "$build_dir/smoke" | grep NEEDED | grep -E "$private"; then
+  die "an application gets private dependencies on its link line"
+fi
+if nm -DC --defined-only "$library" | grep ' T ' | grep -vE ' T norvik::sdk::' | grep -E '(eprosima|google|spdlog|fmt|boost|cv|norvik::)'; then
+  die "the library exports symbols of its private dependencies"
+fi
+echo "package: fine"
