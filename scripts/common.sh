@@ -30,6 +30,9 @@ show_progress() {
   [ ! -t 1 ] || printf '\r\033[K'
 }
 
+# What the compiler cache stores is found again from another clone: it keeps no absolute paths.
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
+
 # configure_preset PRESET
 configure_preset() {
   if command -v ninja >/dev/null; then

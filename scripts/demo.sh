@@ -49,15 +49,15 @@ die() {
 
 # A DDS domain nobody on this machine has opened: its UDP ports are unused.
 free_domain() {
-  local used domain first
-  used=$(awk 'FNR > 1 { split($2, address, ":"); print strtonum("0x" address[2]) }' /proc/net/udp 2>/dev/null ||
-    awk 'FNR > 1 { print 0 }' /proc/net/udp)
+  local address domain
+  local -A used=()
+  while read -r _ address _; do
+    [[ $address == *:* ]] && used[$(((16#${address##*:} - 7400) / 250))]=1
+  done < <(tail -n +2 /proc/net/udp)
   for domain in $(shuf -i 1-100); do
-    first=$((7400 + 250 * domain))
-    echo "$used" | awk -v first="$first" '$1 >= first && $1 < first + 250 { busy = 1 } END { exit busy }' &&
-      echo "$domain" && return
+    [ -z "${used[$domain]:-}" ] && break
   done
-  echo 42
+  echo "$domain"
 }
 
 # wait_for FILE PATTERN PROCESS SECONDS   until the file has the pattern; fails when the process ends before

@@ -56,7 +56,7 @@ class OVIMUX_EXPORT LoggerHelper {
 }  // namespace norvik::ovimux
 
 // OVIMUX_LOG(kInfo) << "text " << value; a disabled level costs one comparison and formats nothing.
-#define OVIMUX_LOG(level)                                                                             \
-  if (::norvik::ovimux::Logger::getInstance().get_cur_log_level() > ::norvik::ovimux::level) {        \
-  } else /* NOLINT(readability-else-after-return) */                                                  \
+#define OVIMUX_LOG(level)                                                                      \
+  if (::norvik::ovimux::Logger::getInstance().get_cur_log_level() > ::norvik::ovimux::level) { \
+  } else /* NOLINT(readability-else-after-return) */                                           \
     ::norvik::ovimux::LoggerHelper(::norvik::ovimux::level, __FILE__, __func__, __LINE__).stream()

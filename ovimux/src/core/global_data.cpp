@@ -69,13 +69,9 @@ GlobalData::GlobalData()
       host_name_(read_host_name()),
       host_ip_(read_host_ip()) {}
 
-uint64_t GlobalData::RegisterChannel(const std::string& name) {
-  return hash_name(name, 0);
-}
+uint64_t GlobalData::RegisterChannel(const std::string& name) { return hash_name(name, 0); }
 
-uint64_t GlobalData::RegisterService(const std::string& name) {
-  return hash_name(name, 1);
-}
+uint64_t GlobalData::RegisterService(const std::string& name) { return hash_name(name, 1); }
 
 int GlobalData::ThreadId() {
   static thread_local const int id = static_cast<int>(syscall(SYS_gettid));

@@ -46,13 +46,9 @@ Logger::Logger() : state_(new State) {
   state_->logger->set_level(spdlog::level::trace);
 }
 
-int Logger::get_cur_log_level() const {
-  return state_->level.load(std::memory_order_relaxed);
-}
+int Logger::get_cur_log_level() const { return state_->level.load(std::memory_order_relaxed); }
 
-void Logger::set_log_level(int level) {
-  state_->level.store(level);
-}
+void Logger::set_log_level(int level) { state_->level.store(level); }
 
 void Logger::log(int level, const char* file, const char* function, int line, const std::string& text) {
   if (const Sink sink = state_->sink.load()) {
@@ -69,9 +65,7 @@ void Logger::statistics_log(const std::string& text) {
   }
 }
 
-void Logger::set_sink(Sink sink) {
-  state_->sink.store(sink);
-}
+void Logger::set_sink(Sink sink) { state_->sink.store(sink); }
 
 LoggerHelper::LoggerHelper(int level, const char* file, const char* function, int line)
     : level_(level), file_(file), function_(function), line_(line) {}

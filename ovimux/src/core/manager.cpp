@@ -50,8 +50,7 @@ std::string schemas_of(const proto::TopologyState& state) {
   std::set<std::string> added;
   FileDescriptorSet set;
   for (const auto& role : state.roles()) {
-    const auto* type =
-        google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(role.message_type());
+    const auto* type = google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(role.message_type());
     if (type != nullptr) {
       add_schema(*type->file(), added, set);
     }
@@ -82,7 +81,7 @@ uint64_t Manager::State::add(proto::RoleAttributes attributes) {
   attributes.set_endpoint_id(id);
   roles[id] = std::move(attributes);
   ++change_count;
-  if (!announcing) {
+  if (!announcing && OK()) {  // What is opened before the start is announced with what comes after it.
     announcing = true;
     std::thread([this] { announce_changes(); }).detach();
   }

@@ -67,9 +67,7 @@ void register_exit_handler(void (*handler)()) {
   });
 }
 
-bool process_is_exiting() {
-  return g_exiting.load();
-}
+bool process_is_exiting() { return g_exiting.load(); }
 
 void OvimuxInitInternal() {
   const std::lock_guard<std::mutex> lock(state().mutex);
@@ -81,9 +79,7 @@ void OvimuxInitInternal() {
   g_running.store(true);
 }
 
-bool OK() {
-  return g_running.load(std::memory_order_acquire);
-}
+bool OK() { return g_running.load(std::memory_order_acquire); }
 
 void AsyncShutdown() {
   {

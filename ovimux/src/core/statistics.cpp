@@ -50,9 +50,8 @@ void Statistics::on_channel_msg_recv(const std::string& name, int kind, uint64_t
 }
 
 void Statistics::on_channel_msg_lost(const std::string& name, int kind, int32_t count) {
-  state_->update(name, kind, [count](ChannelStatistics& channel) {
-    channel.lost += count > 0 ? static_cast<uint64_t>(count) : 0;
-  });
+  state_->update(name, kind,
+                 [count](ChannelStatistics& channel) { channel.lost += count > 0 ? static_cast<uint64_t>(count) : 0; });
 }
 
 std::vector<ChannelStatistics> Statistics::snapshot() const {

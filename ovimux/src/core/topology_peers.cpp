@@ -23,7 +23,7 @@ class TopologyPeers::Listener : public eprosima::fastdds::dds::DataReaderListene
     SampleInfo info;
     while (reader->take_next_sample(&envelope, &info) == ReturnCode_t::RETCODE_OK) {
       auto state = std::make_shared<proto::TopologyState>();
-      if (info.valid_data &&
+      if (info.valid_data && envelope.pkg_len >= 0 &&
           state->ParseFromArray(envelope.raw_data.data(), static_cast<int>(envelope.raw_data.size()))) {
         const std::lock_guard<std::mutex> lock(mutex_);
         states_[info.publication_handle] = std::move(state);
@@ -58,9 +58,7 @@ TopologyPeers::TopologyPeers(const Qos& qos)
     : listener_(std::make_shared<Listener>()),
       reader_(DDSNodeFactory::Instance()->CreateReader(kTopologyTopic, listener_, qos, nullptr)) {}
 
-TopologyPeers::~TopologyPeers() {
-  DDSNodeFactory::Instance()->DeleteReader(reader_, true);
-}
+TopologyPeers::~TopologyPeers() { DDSNodeFactory::Instance()->DeleteReader(reader_, true); }
 
 std::vector<std::shared_ptr<const proto::TopologyState>> TopologyPeers::snapshot() const {
   return listener_->snapshot();

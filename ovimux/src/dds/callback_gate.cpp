@@ -30,9 +30,8 @@ void CallbackGate::leave() {
 }
 
 bool CallbackGate::only_this_thread_inside() const {
-  return std::all_of(inside_.begin(), inside_.end(), [self = std::this_thread::get_id()](const std::thread::id& id) {
-    return id == self;
-  });
+  return std::all_of(inside_.begin(), inside_.end(),
+                     [self = std::this_thread::get_id()](const std::thread::id& id) { return id == self; });
 }
 
 void CallbackGate::close() {

@@ -24,9 +24,8 @@ namespace {
 
 using eprosima::fastrtps::rtps::GUID_t;
 
-constexpr SubListenerBase::Kind kClientKind = {"DDSClientSubSerializationListener",
-                                               "DDSClientSubSerializationListener: 64k data received",
-                                               kClientChannel, false};
+constexpr SubListenerBase::Kind kClientKind = {
+    "DDSClientSubSerializationListener", "DDSClientSubSerializationListener: 64k data received", kClientChannel, false};
 constexpr std::chrono::milliseconds kServerPollPeriod{100};
 
 std::array<uint8_t, 16> guid_bytes(const GUID_t& guid) {
@@ -93,8 +92,9 @@ bool DDSClientSubListenerCore::accept(const eprosima::fastdds::dds::SampleInfo& 
                       << ", writer sn: " << info.related_sample_identity.sequence_number().to64long();
   } else {
     OVIMUX_LOG(kInfo) << "DDSClientSubSerializationListener: data id from other client, writer guid origin: "
-                      << guid_of(writer_guid_) << ", writer guid income: " << incoming << ", writer sn income: "
-                      << info.related_sample_identity.sequence_number().to64long() << ", topic: " << topic();
+                      << guid_of(writer_guid_) << ", writer guid income: " << incoming
+                      << ", writer sn income: " << info.related_sample_identity.sequence_number().to64long()
+                      << ", topic: " << topic();
   }
   return is_mine;
 }
@@ -156,20 +156,18 @@ DDSClientBase::DDSClientBase(const std::string& service, const RpcQos& rpc_qos)
   DDSTools::Instance(true)->TransformQos(rpc_qos, request_qos_, response_qos_);
 }
 
-DDSClientBase::~DDSClientBase() {
-  close_endpoints();
-}
+DDSClientBase::~DDSClientBase() { close_endpoints(); }
 
 bool DDSClientBase::open_endpoints(const std::shared_ptr<DDSClientSubListenerCore>& listener) {
   listener_ = listener;
-  auto pub_listener = std::make_shared<DDSClientPubListener>([weak = std::weak_ptr<MatchCounts>(match_counts_)](
-                                                                 unsigned count) {
-    if (const auto counts = weak.lock()) {
-      counts->pub.store(count);
-    } else {
-      OVIMUX_LOG(kWarning) << "DDSSerializationDataClient already destroyed";
-    }
-  });
+  auto pub_listener =
+      std::make_shared<DDSClientPubListener>([weak = std::weak_ptr<MatchCounts>(match_counts_)](unsigned count) {
+        if (const auto counts = weak.lock()) {
+          counts->pub.store(count);
+        } else {
+          OVIMUX_LOG(kWarning) << "DDSSerializationDataClient already destroyed";
+        }
+      });
   listener_->set_task();
   writer_ = factory_->CreateWriter(request_topic_, std::move(pub_listener), request_qos_);
   if (writer_ != nullptr) {

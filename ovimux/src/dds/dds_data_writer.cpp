@@ -37,8 +37,6 @@ DDSDataWriterBase::DDSDataWriterBase(const std::string& topic, const Qos& qos)
       token_(draw_token()),
       tid_(GlobalData::ThreadId()) {}
 
-DDSDataWriterBase::~DDSDataWriterBase() {
-  factory_->DeleteWriter(writer_, true);
-}
+DDSDataWriterBase::~DDSDataWriterBase() { factory_->DeleteWriter(writer_, true); }
 
 }  // namespace norvik::ovimux

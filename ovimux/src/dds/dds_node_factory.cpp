@@ -294,9 +294,7 @@ bool DDSNodeFactory::lock_writer(DataWriter* writer, WriterEntry& entry, std::un
   return true;
 }
 
-bool DDSNodeFactory::is_large(const WriterEntry& entry) {
-  return std::get<2>(entry).payload_kind == kLargePayloadKind;
-}
+bool DDSNodeFactory::is_large(const WriterEntry& entry) { return std::get<2>(entry).payload_kind == kLargePayloadKind; }
 
 void DDSNodeFactory::log_start(const WriterEntry& entry, const SampleHeader& header) {
   OVIMUX_LOG(kDebug) << (is_large(entry) ? "DDSNodeFactory: large data publish" : "64k data publish")

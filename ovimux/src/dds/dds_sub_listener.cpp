@@ -46,9 +46,7 @@ void DDSSubListenerCore::set_task() {
   task_->set_state(Task::kIdle);
 }
 
-int64_t DDSSubListenerCore::transit_threshold_ms() const {
-  return GlobalData::Instance()->getReaderSubThreshold();
-}
+int64_t DDSSubListenerCore::transit_threshold_ms() const { return GlobalData::Instance()->getReaderSubThreshold(); }
 
 int DDSSubListenerCore::enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& /*info*/) {
   return queue_.write(std::make_shared<Entry>(std::move(envelope.raw_data), envelope.seq));
@@ -122,6 +120,7 @@ bool DDSSubListenerCore::SyncAll() {
   }
   OVIMUX_LOG(kDebug) << "SyncAll call, topic: " << topic();
   if (callback_inline_) {
+    const auto self = weak_core().lock();  // The callback may destroy the reader.
     return threadpoll_task() == 0;
   }
   if (task_->is_running()) {
@@ -139,6 +138,7 @@ bool DDSSubListenerCore::SyncOnce() {
   }
   OVIMUX_LOG(kDebug) << "SyncOnce call, topic: " << topic();
   if (callback_inline_) {
+    const auto self = weak_core().lock();  // The callback may destroy the reader.
     return threadpoll_callonce_task() == 0;
   }
   const auto task = std::make_shared<Task>([weak = weak_core()] {

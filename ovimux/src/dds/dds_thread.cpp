@@ -50,17 +50,11 @@ class Reaper {
 
 }  // namespace
 
-DdsThreadScope::DdsThreadScope() {
-  ++t_listener_depth;
-}
+DdsThreadScope::DdsThreadScope() { ++t_listener_depth; }
 
-DdsThreadScope::~DdsThreadScope() {
-  --t_listener_depth;
-}
+DdsThreadScope::~DdsThreadScope() { --t_listener_depth; }
 
-bool on_dds_thread() {
-  return t_listener_depth > 0;
-}
+bool on_dds_thread() { return t_listener_depth > 0; }
 
 void run_off_dds_threads(std::function<void()> work) {
   if (on_dds_thread()) {

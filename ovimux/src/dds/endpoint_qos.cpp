@@ -44,9 +44,7 @@ DataReaderQos make_reader_qos(const EndpointPolicy& policy) {
   return qos;
 }
 
-StatusMask writer_status_mask() {
-  return StatusMask::publication_matched() << StatusMask::offered_incompatible_qos();
-}
+StatusMask writer_status_mask() { return StatusMask::publication_matched() << StatusMask::offered_incompatible_qos(); }
 
 StatusMask reader_status_mask() {
   return StatusMask::data_available() << StatusMask::subscription_matched() << StatusMask::sample_lost()

@@ -10,8 +10,7 @@ constexpr uint32_t kInitialTypeSize = 512;
 
 }  // namespace
 
-EnvelopeType::EnvelopeType(bool large)
-    : bound_(static_cast<size_t>(large ? kLargePayloadBound : kSmallPayloadBound)) {
+EnvelopeType::EnvelopeType(bool large) : bound_(static_cast<size_t>(large ? kLargePayloadBound : kSmallPayloadBound)) {
   setName(large ? "ovimux_idl::data10m" : "ovimux_idl::data64k");
   m_typeSize = kInitialTypeSize;
   m_isGetKeyDefined = false;
@@ -44,13 +43,9 @@ std::function<uint32_t()> EnvelopeType::getSerializedSizeProvider(void* data) {
   return [size] { return size; };
 }
 
-void* EnvelopeType::createData() {
-  return new Envelope;
-}
+void* EnvelopeType::createData() { return new Envelope; }
 
-void EnvelopeType::deleteData(void* data) {
-  delete static_cast<Envelope*>(data);
-}
+void EnvelopeType::deleteData(void* data) { delete static_cast<Envelope*>(data); }
 
 bool EnvelopeType::getKey(void* /*data*/, eprosima::fastrtps::rtps::InstanceHandle_t* /*handle*/, bool /*md5*/) {
   return false;

@@ -1,9 +1,9 @@
 #include "dds/participant.hpp"
 
+#include <sys/statvfs.h>
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
 #include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
 #include <fastrtps/utils/IPLocator.h>
-#include <sys/statvfs.h>
 
 #include <cstdlib>
 #include <memory>

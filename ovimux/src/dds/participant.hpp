@@ -23,6 +23,7 @@ eprosima::fastdds::dds::DomainParticipantQos make_participant_qos(const Particip
 
 // Makes the process's participant. A participant profile named "ovimux" in the XML file that Fast DDS loads replaces
 // the settings made here. Null when DDS refuses.
-eprosima::fastdds::dds::DomainParticipant* create_participant(eprosima::fastdds::dds::DomainParticipantFactory& factory);
+eprosima::fastdds::dds::DomainParticipant* create_participant(
+    eprosima::fastdds::dds::DomainParticipantFactory& factory);
 
 }  // namespace norvik::ovimux

@@ -182,13 +182,9 @@ ServiceServerBase::ServiceServerBase(const std::string& service, const RpcQos& r
   listener_->open(request_qos);
 }
 
-ServiceServerBase::~ServiceServerBase() {
-  listener_->close();
-}
+ServiceServerBase::~ServiceServerBase() { listener_->close(); }
 
-bool ServiceServerBase::is_open() const {
-  return writer_->is_open() && listener_->is_open();
-}
+bool ServiceServerBase::is_open() const { return writer_->is_open() && listener_->is_open(); }
 
 bool ServiceServerBase::Reply(const RequestContext& context, const std::string& response) {
   return writer_->send(context, response);

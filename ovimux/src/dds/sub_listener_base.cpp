@@ -91,8 +91,8 @@ bool SubListenerBase::is_usable(const Envelope& envelope, const SampleInfo& info
 // Statistics, and the warning about a sample that was long on its way.
 void SubListenerBase::account(const Envelope& envelope) {
   const int64_t transit_us = transit_time_us(envelope);
-  const bool spared = kind_.spares_broadcasts && !uses_large_envelope() &&
-                      topic_.find("_change_broadcast") != std::string::npos;
+  const bool spared =
+      kind_.spares_broadcasts && !uses_large_envelope() && topic_.find("_change_broadcast") != std::string::npos;
   if (transit_threshold_ms() <= transit_us / 1000 && !spared) {
     OVIMUX_LOG(kWarning) << kind_.name << ": data used time " << transit_us / 1000 << " ms, over sub threshold "
                          << transit_threshold_ms() << " ms, topic: " << topic_ << ", index: " << log_index(envelope);

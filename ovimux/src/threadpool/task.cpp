@@ -6,13 +6,9 @@
 
 namespace norvik::ovimux {
 
-Task::Task(std::function<void()> function) : function_(std::move(function)) {
-  state_.store(kIdle);
-}
+Task::Task(std::function<void()> function) : function_(std::move(function)) { state_.store(kIdle); }
 
-bool Task::request_run() {
-  return !requested_.exchange(true) && !is_running();
-}
+bool Task::request_run() { return !requested_.exchange(true) && !is_running(); }
 
 void Task::run() {
   // The order matters: requested_ is cleared before the function looks for work, and looked at again after the state is
@@ -37,17 +33,21 @@ bool Task::try_enter() {
 }
 
 void Task::run_once() {
-  struct IdleOnExit {
-    std::atomic<int32_t>& state;
-    ~IdleOnExit() { state.store(kIdle); }
-  } idle_on_exit{state_};
-
   requested_.store(false);
-  if (function_) {
-    function_();
-  } else {
-    OVIMUX_LOG(kError) << "No function set for task.";
+  try {
+    if (function_) {
+      function_();
+    } else {
+      OVIMUX_LOG(kError) << "No function set for task.";
+    }
+  } catch (...) {
+    // Nobody looks at a request that came meanwhile; kept, it would keep every later one from pushing the task. Cleared
+    // only when the state is idle, so that no request can come in between and find the task running.
+    state_.store(kIdle);
+    requested_.store(false);
+    throw;
   }
+  state_.store(kIdle);
 }
 
 }  // namespace norvik::ovimux

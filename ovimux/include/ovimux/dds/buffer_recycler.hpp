@@ -7,8 +7,8 @@
 
 namespace norvik::ovimux {
 
-// Hands the byte vector of a delivered sample to the next one that arrives. A fresh vector of megabytes costs more in
-// page faults than the copy into it.
+// Hands the byte vector of a delivered sample to the next one that arrives. A fresh vector costs page faults, or the
+// allocator's lock when it was freed by another thread, and for a large sample more than the copy into it.
 class BufferRecycler {
  public:
   std::vector<uint8_t> take() {
@@ -16,7 +16,7 @@ class BufferRecycler {
     return std::exchange(spare_, {});
   }
 
-  // Keeps `buffer` if it is large and larger than the one kept.
+  // Keeps `buffer` if it is worth it and larger than the one kept.
   void give(std::vector<uint8_t>&& buffer) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (buffer.capacity() >= kWorthKeeping && buffer.capacity() > spare_.capacity()) {
@@ -25,8 +25,7 @@ class BufferRecycler {
   }
 
  private:
-  // malloc gives larger blocks back to the kernel at once.
-  static constexpr size_t kWorthKeeping = 128 * 1024;
+  static constexpr size_t kWorthKeeping = 4096;  // Smaller blocks come out of the allocator's per-thread cache.
 
   std::mutex mutex_;
   std::vector<uint8_t> spare_;

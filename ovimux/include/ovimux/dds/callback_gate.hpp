@@ -30,9 +30,9 @@ class OVIMUX_EXPORT CallbackGate {
     const bool open_;
   };
 
-  // Lets nobody in any more and waits until the callbacks on other threads have returned. A callback that closes its own
-  // gate is not waited for. While the process exits the wait is bounded, so that a callback that never returns cannot
-  // keep it alive.
+  // Lets nobody in any more and waits until the callbacks on other threads have returned. A callback that closes its
+  // own gate is not waited for. While the process exits the wait is bounded, so that a callback that never returns
+  // cannot keep it alive.
   void close();
 
  private:

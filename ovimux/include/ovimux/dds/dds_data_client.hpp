@@ -89,7 +89,8 @@ class DDSSerializationDataClient : public SerializationClient<Req, Resp>,
       return nullptr;
     }
     unsigned seq = std::numeric_limits<unsigned>::max();
-    const ResponseFuture future = IntraAsyncSendRequest(std::move(request), [](const ResponseFuture&) {}, seq);
+    const ResponseFuture future = IntraAsyncSendRequest(
+        std::move(request), [](const ResponseFuture&) {}, seq);
     if (!future.valid()) {
       OVIMUX_LOG(kError) << "DDSSerializationDataClient: future valid failed, topic: " << topic() << ", index: " << seq;
       return nullptr;
@@ -133,8 +134,7 @@ class DDSSerializationDataClient : public SerializationClient<Req, Resp>,
     return true;
   }
 
-  ResponseFuture IntraAsyncSendRequest(std::shared_ptr<const Req> request, ResponseCallback&& callback,
-                                       unsigned& seq) {
+  ResponseFuture IntraAsyncSendRequest(std::shared_ptr<const Req> request, ResponseCallback&& callback, unsigned& seq) {
     if (!check_running() || !is_open() || !request) {
       return {};
     }

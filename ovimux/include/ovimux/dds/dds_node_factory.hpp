@@ -1,12 +1,12 @@
 #pragma once
 
-#include <boost/thread/shared_mutex.hpp>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <tuple>
 #include <unordered_map>
+#include <boost/thread/shared_mutex.hpp>
 
 #include "ovimux/dds/envelope.hpp"
 #include "ovimux/dds/payload_codec.hpp"

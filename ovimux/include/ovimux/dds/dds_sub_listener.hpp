@@ -77,7 +77,7 @@ class DDSSubSerializationListener : public DDSSubListenerCore,
   // Needs the listener to be owned by a shared pointer already.
   void PostConstructInit() {
     guarded_callback_ = [weak = this->weak_from_this(), callback = user_callback_](const std::shared_ptr<T>& message,
-                                                                                  const void* ctx) {
+                                                                                   const void* ctx) {
       if (!OK()) {
         return;
       }

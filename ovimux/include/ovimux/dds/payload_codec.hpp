@@ -45,9 +45,7 @@ template <typename T>
 class MessageSource : public PayloadSource {
  public:
   explicit MessageSource(const T& message) : message_(message) {}
-  bool write_to(uint8_t* target, size_t size) const override {
-    return PayloadCodec<T>::encode(message_, target, size);
-  }
+  bool write_to(uint8_t* target, size_t size) const override { return PayloadCodec<T>::encode(message_, target, size); }
 
  private:
   const T& message_;

@@ -65,8 +65,8 @@ class MsgQueue {
     return 0;
   }
 
-  // Moves the oldest entry to `out`: 0, -2 when the queue is empty, -1 when it was not created. Never blocks; the second
-  // argument has no effect.
+  // Moves the oldest entry to `out`: 0, -2 when the queue is empty, -1 when it was not created. Never blocks; the
+  // second argument has no effect.
   int read(std::shared_ptr<T>& out, unsigned /*timeout*/ = 0) {
     if (control_ == nullptr) {
       OVIMUX_LOG(kError) << "msg_queue_read error param";
@@ -84,6 +84,8 @@ class MsgQueue {
   }
 
  private:
+  friend struct MsgQueueTestAccess;
+
   // A plain block, since it holds a pthread mutex. Both indices only grow and wrap as 32-bit numbers.
   struct Control {
     uint32_t depth;

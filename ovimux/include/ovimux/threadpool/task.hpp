@@ -31,7 +31,7 @@ class OVIMUX_EXPORT Task {
   void cancel_request() { requested_.store(false); }
 
   // Runs the function unless a run is active on another thread. Requests that arrive meanwhile are served here too.
-  // An exception of the function leaves the task idle and goes up to the caller.
+  // An exception of the function leaves the task idle, without a request, and goes up to the caller.
   void run();
 
  private:

@@ -1,0 +1,189 @@
+#include "control_commands.hpp"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+#include "service.hpp"
+
+namespace norvik::simulator {
+
+namespace {
+
+using nlohmann::json;
+
+// What a command gets wrong; becomes the "error" of its answer.
+struct BadCommand : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+bool is_endpoint(const std::string& name, Direction direction) {
+  for (const ServiceEntry& entry : service_table()) {
+    for (const EndpointInfo& endpoint : entry.endpoints) {
+      if (endpoint.name == name && endpoint.direction == direction) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+template <typename Fault>
+Fault find_fault(const std::map<std::string, Fault>& faults, const std::string& name) {
+  const auto it = faults.find(name);
+  if (it == faults.end()) {
+    throw BadCommand("unknown fault: " + name);
+  }
+  return it->second;
+}
+
+void require(bool good, const std::string& error) {
+  if (!good) {
+    throw BadCommand(error);
+  }
+}
+
+json set_error(Environment& environment, const json& command) {
+  const auto group = command.at("group").get<std::string>();
+  const auto code = command.at("code").get<int32_t>();
+  const auto description = command.value("description", "injected fault");
+  require(environment.world.set_error(group, code, description), "unknown group: " + group);
+  return {};
+}
+
+json set_reply_fault(Environment& environment, const json& command) {
+  static const std::map<std::string, ReplyFault> kFaults = {{"none", ReplyFault::kNone},
+                                                            {"reject", ReplyFault::kReject},
+                                                            {"delay", ReplyFault::kDelay},
+                                                            {"lose", ReplyFault::kLose},
+                                                            {"duplicate", ReplyFault::kDuplicate}};
+  const auto service = command.at("service").get<std::string>();
+  require(service != kControlService && is_endpoint(service, Direction::kServes), "unknown service: " + service);
+  PlannedReplyFault planned;
+  planned.fault = find_fault(kFaults, command.at("fault").get<std::string>());
+  planned.count = command.value("count", int64_t{1});
+  planned.delay = std::chrono::milliseconds(command.value("delay_ms", int64_t{0}));
+  require(planned.delay.count() >= 0 && planned.delay < std::chrono::hours(1), "delay_ms is not within an hour");
+  environment.faults.set_reply_fault(service, planned);
+  return {};
+}
+
+json set_topic_fault(Environment& environment, const json& command) {
+  static const std::map<std::string, TopicFault> kFaults = {
+      {"none", TopicFault::kNone}, {"silent", TopicFault::kSilent}, {"malformed", TopicFault::kMalformed}};
+  const auto topic = command.at("topic").get<std::string>();
+  require(is_endpoint(topic, Direction::kPublishes), "unknown topic: " + topic);
+  environment.faults.set_topic_fault(topic, find_fault(kFaults, command.at("fault").get<std::string>()));
+  return {};
+}
+
+json freeze(Environment& environment, const json& command) {
+  const bool frozen = command.value("frozen", true);
+  for (const auto& joint : command.at("joints").get<std::vector<std::string>>()) {
+    require(environment.world.set_frozen(joint, frozen), "unknown joint: " + joint);
+  }
+  return {};
+}
+
+json set_positions(Environment& environment, const json& command) {
+  for (const auto& [joint, position] : command.at("positions").get<std::map<std::string, double>>()) {
+    require(environment.world.set_position(joint, position), "unknown joint, or out of its range: " + joint);
+  }
+  return {};
+}
+
+json place_object(Environment& environment, const json& command) {
+  const auto group = command.at("group").get<std::string>();
+  const auto width = command.at("width_mm").get<double>();
+  require(environment.world.set_object(group, width), "no gripper: " + group);
+  return {};
+}
+
+json clear(Environment& environment, const json& /*command*/) {
+  environment.world.clear_faults();
+  environment.faults.clear();
+  return {};
+}
+
+json crash(Environment& /*environment*/, const json& command) {
+  const auto how = command.value("how", "exit");
+  require(how == "exit" || how == "abort", "unknown way to crash: " + how);
+  if (how == "abort") {
+    std::abort();
+  }
+  ::_exit(1);
+}
+
+json describe_groups(const WorldState& state) {
+  json groups = json::object();
+  for (const GroupState& group : state.groups) {
+    groups[group.name] = {{"sampling_finished", group.progress.sampling_finished},
+                          {"target_finished", group.progress.target_finished},
+                          {"percent", group.progress.percent},
+                          {"final_error", group.final_error},
+                          {"target_id", group.progress.target_id}};
+  }
+  return groups;
+}
+
+json describe(Environment& environment, const json& /*command*/) {
+  const WorldState state = environment.world.state();
+  json errors = json::object();
+  for (const auto& [group, error] : state.errors) {
+    errors[group] = {{"code", error.code}, {"description", error.description}};
+  }
+  const PlanarPose& pose = state.base_pose;
+  const PlanarTwist& twist = state.base_twist;
+  return {
+      {"model", environment.world.robot().name},
+      {"steps", state.steps},
+      {"joints", state.positions()},
+      {"groups", describe_groups(state)},
+      {"base", {{"x", pose.x}, {"y", pose.y}, {"yaw", pose.yaw}, {"vx", twist.vx}, {"vy", twist.vy}, {"wz", twist.wz}}},
+      {"errors", errors},
+      {"controllers", state.controllers},
+      {"emergency_stop", state.emergency_stop},
+      {"counters", environment.faults.counters()}};
+}
+
+using Operation = json (*)(Environment&, const json&);
+const std::map<std::string, Operation>& operations() {
+  static const std::map<std::string, Operation> kOperations = {
+      {"error", set_error},
+      {"reply", set_reply_fault},
+      {"topic", set_topic_fault},
+      {"freeze", freeze},
+      {"set_positions", set_positions},
+      {"place_object", place_object},
+      {"clear", clear},
+      {"crash", crash},
+      {"state", describe},
+  };
+  return kOperations;
+}
+
+json failure(const std::string& error) { return {{"ok", false}, {"error", error}}; }
+
+}  // namespace
+
+json run_control_command(Environment& environment, const json& command) {
+  try {
+    const auto name = command.at("op").get<std::string>();
+    const auto operation = operations().find(name);
+    require(operation != operations().end(), "unknown op: " + name);
+    json answer = operation->second(environment, command);
+    answer["ok"] = true;
+    return answer;
+  } catch (const std::exception& error) {
+    return failure(error.what());
+  }
+}
+
+std::string run_control_text(Environment& environment, const std::string& text) {
+  const json command = json::parse(text, nullptr, false);
+  const json answer = command.is_discarded() ? failure("not JSON") : run_control_command(environment, command);
+  return answer.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+}  // namespace norvik::simulator

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "robot_model.hpp"
+
+namespace norvik::simulator {
+
+struct Options {
+  RobotOptions robot;
+  double rate = 100.0;
+  std::string faults_file;
+  std::optional<std::string> control;  // A command for a running simulator: send it, print the answer, end.
+  bool list = false;
+  bool exit_with_stdin = false;
+};
+
+// Either options, or the status to exit with: 0 after --help, 2 after a complaint on stderr.
+struct ParsedOptions {
+  std::optional<Options> options;
+  int exit_status = 0;
+};
+ParsedOptions parse_options(int argc, const char* const* argv);
+
+}  // namespace norvik::simulator

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace norvik::simulator {
+
+// Why a command is not carried out. `group` is a joint group, a task, or what the sender called one.
+struct Refusal {
+  std::string group;
+  std::string reason;
+};
+using Refusals = std::vector<Refusal>;
+
+// Names come from the wire and may be megabytes long.
+std::string printable_name(const std::string& name);
+
+}  // namespace norvik::simulator

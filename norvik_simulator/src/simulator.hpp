@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "environment.hpp"
+#include "fault_plan.hpp"
+#include "service.hpp"
+
+namespace norvik::simulator {
+
+// The robot on the wire: its body, its services, and the clock that moves them.
+class Simulator {
+ public:
+  // `model` as on the command line. Opens all endpoints.
+  Simulator(const std::string& model, RobotModel robot, Kinematics kinematics, FaultPlan faults);
+  ~Simulator();
+
+  // Steps `rate` times a second until the middleware is asked to shut down. When the machine is too slow the robot's
+  // time falls behind rather than jumping.
+  void run(double rate);
+
+ private:
+  void step(double dt);
+
+  World world_;
+  WireFaults wire_faults_;
+  DelayQueue delays_;
+  std::unique_ptr<ovimux::Node> node_;
+  Environment environment_;
+  FaultPlan fault_plan_;
+  std::vector<std::unique_ptr<Service>> services_;
+  double time_ = 0.0;
+};
+
+}  // namespace norvik::simulator

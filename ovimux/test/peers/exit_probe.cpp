@@ -1,0 +1,135 @@
+// A program that ends in a way that its arguments choose, as applications do: KEY=VALUE...
+//   way       return, exit, callback_exit, sigterm
+//   ending    none, shutdown, clear
+//   holder    local, static_before, static_after (before or after the middleware's start)
+//   publishes 0, 1: another thread publishes and requests until the end
+// Exit code 7.
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <thread>
+
+#include "ovimux/node.hpp"
+#include "ovimux/ovimux.hpp"
+
+namespace ovimux = norvik::ovimux;
+
+namespace {
+
+constexpr int kExitCode = 7;
+
+std::atomic<bool> g_exit_in_callback{false};
+
+// What an application keeps: a node, and endpoints of every kind.
+struct Endpoints {
+  std::unique_ptr<ovimux::Node> node;
+  std::shared_ptr<ovimux::RawWriter> writer;
+  std::shared_ptr<ovimux::RawReader> reader;
+  std::shared_ptr<ovimux::RawReader> large_reader;
+  std::shared_ptr<ovimux::RawClient> client;
+
+  void open() {
+    node = ovimux::CreateNode("exit_probe", "");
+    writer = node->CreateWriter("exit", ovimux::Qos{}, true);
+    const auto on_message = [](const void*, int, const void*) {
+      if (g_exit_in_callback.exchange(false)) {
+        std::exit(kExitCode);
+      }
+    };
+    reader = node->CreateReader("exit", on_message, ovimux::Qos{}, nullptr, true);
+    ovimux::Qos large;
+    large.payload_kind = ovimux::kLargePayloadKind;
+    large_reader = node->CreateReader("exit/large", on_message, large, nullptr, true);
+    client = node->CreateClient("exit/service", ovimux::RpcQos{}, true);
+  }
+};
+
+Endpoints& static_holder() {
+  static Endpoints endpoints;
+  return endpoints;
+}
+
+// A function-local static that opens its endpoints while it is constructed, as the facades do.
+Endpoints& self_opening_holder() {
+  static Endpoints endpoints = [] {
+    Endpoints result;
+    result.open();
+    return result;
+  }();
+  return endpoints;
+}
+
+void talk(std::shared_ptr<ovimux::RawWriter> writer, std::shared_ptr<ovimux::RawClient> client) {
+  std::thread([writer] {
+    while (true) {
+      writer->Publish(std::make_shared<std::string>(100, 'x'));
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+  }).detach();
+  std::thread([client] {
+    while (true) {
+      client->SendRequest(std::string("x"), std::chrono::seconds(1));
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+  }).detach();
+}
+
+void leave(const std::string& way, Endpoints& endpoints) {
+  if (way == "exit") {
+    std::exit(kExitCode);
+  }
+  if (way == "sigterm") {
+    std::raise(SIGTERM);
+    while (ovimux::OK()) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+  }
+  if (way == "callback_exit") {
+    const auto writer = endpoints.writer;  // The holder is destroyed under this thread's feet.
+    g_exit_in_callback = true;
+    while (true) {
+      writer->Publish(std::string("exit now"));
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  alarm(20);
+  std::map<std::string, std::string> options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    options[argument.substr(0, argument.find('='))] = argument.substr(argument.find('=') + 1);
+  }
+  Endpoints local;
+  Endpoints* endpoints = &local;
+  if (options["holder"] == "static_before") {
+    endpoints = &static_holder();
+  }
+  ovimux::OvimuxInitInternal();
+  if (options["holder"] == "static_after") {
+    endpoints = &self_opening_holder();
+  } else {
+    endpoints->open();
+  }
+  if (options["publishes"] == "1") {
+    talk(endpoints->writer, endpoints->client);
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(std::atoi(options["ms"].c_str())));
+  if (options["ending"] != "none" && options["way"] != "callback_exit") {
+    ovimux::AsyncShutdown();
+    ovimux::WaitForShutdown();
+  }
+  if (options["ending"] == "clear") {
+    ovimux::Clear();
+  }
+  leave(options["way"], *endpoints);
+  return kExitCode;
+}
