@@ -8,6 +8,10 @@ install(TARGETS norvik_sdk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS ovimux norvik_proto LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
 set_target_properties(norvik_sdk ovimux norvik_proto PROPERTIES INSTALL_RPATH "$ORIGIN")
 
+if(TARGET norvik)
+  install(TARGETS norvik RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
 foreach(module norvik_sdk_common norvik_robot norvik_motion norvik_navigation norvik_perception)
   foreach(include_dir ${PROJECT_SOURCE_DIR}/${module}/include ${PROJECT_BINARY_DIR}/${module}/include)
     if(EXISTS ${include_dir})

@@ -48,17 +48,27 @@ void print_joints(NorvikRobot& robot, const std::string& title) {
     std::cout << "  " << std::left << std::setw(18) << joint.name << std::right << std::fixed << std::setprecision(4)
               << std::setw(15) << joint.position << std::setw(18) << joint.velocity << '\n';
   }
+  std::cout << std::flush;
+}
+
+// The last `count` lines of a text.
+std::string last_lines(const std::string& text, int count) {
+  size_t start = text.size();
+  while (count-- > 0 && start != std::string::npos && start > 0) {
+    start = text.rfind('\n', start - 1);
+  }
+  return start == std::string::npos ? text : text.substr(start + 1);
 }
 
 // Every failure leaves its reason in the library's log.
 void print_status(NorvikRobot& robot, const std::string& what, ControlStatus status) {
-  std::cout << what << ": " << name_of(status) << '\n';
+  std::cout << what << ": " << name_of(status) << std::endl;
   if (status == ControlStatus::SUCCESS) {
     return;
   }
-  const auto log = robot.get_log_information(2, LogLevel::error);
+  const auto log = robot.get_log_information(60, LogLevel::error);
   if (log && !log->content.empty()) {
-    std::cout << "  reason: " << log->content.substr(log->content.rfind('\n') + 1) << '\n';
+    std::cout << "  reason: " << last_lines(log->content, 3) << std::endl;
   }
 }
 
@@ -71,18 +81,24 @@ bool has_arrived(NorvikRobot& robot) {
   return arrived;
 }
 
-// Commands the position where the arm is, until that is refused.
+// Commands the position where the arm is, until the robot refuses. What else may go wrong meanwhile, such as a robot
+// that is switched off and on again, is told and does not end the program.
 bool wait_for_refusal(NorvikRobot& robot) {
   std::cout << "Waiting for a command to be refused..." << std::endl;
-  for (int i = 0; i < 100; ++i) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(45);
+  ControlStatus last = ControlStatus::SUCCESS;
+  while (std::chrono::steady_clock::now() < deadline) {
     const ControlStatus status = robot.set_joint_positions(kTarget, kLeftArm, {}, true, 0.5, 5.0);
-    if (status != ControlStatus::SUCCESS) {
-      print_status(robot, "Refused command", status);
-      return status == ControlStatus::FAULT;
+    if (status != last) {
+      print_status(robot, "Command", status);
     }
+    if (status == ControlStatus::FAULT) {
+      return true;
+    }
+    last = status;
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
   }
-  std::cout << "No command was refused.\n";
+  std::cout << "No command was refused." << std::endl;
   return false;
 }
 

@@ -98,8 +98,7 @@ cat "$robot_output" | tee -a "$log"
 
 say "Running examples/move_arm"
 : >"$arm_output"
-move_arm_program=$demo_dir/examples/move_arm
-"$move_arm_program" --until-refused >"$arm_output" 2>&1 &
+"$demo_dir/examples/move_arm" --until-refused >"$arm_output" 2>>"$log" &
 arm=$!
 tail -n +1 -f --pid="$arm" "$arm_output" | tee -a "$log" &
 tail=$!

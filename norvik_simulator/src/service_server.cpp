@@ -3,13 +3,16 @@
 namespace norvik::simulator {
 
 ServiceServerCore::ServiceServerCore(const std::string& service, const ovimux::RpcQos& qos, Environment& environment,
-                                     Handlers handlers)
+                                     Handlers handlers, const std::string& request_type)
     : service_(service),
       environment_(environment),
       handlers_(std::move(handlers)),
-      server_(service, qos, [this](const ovimux::RequestContext& context, const std::vector<uint8_t>& request) {
-        handle(context, request);
-      }) {}
+      server_(
+          service, qos,
+          [this](const ovimux::RequestContext& context, const std::vector<uint8_t>& request) {
+            handle(context, request);
+          },
+          request_type) {}
 
 void ServiceServerCore::handle(const ovimux::RequestContext& context, const Bytes& request) {
   environment_.faults.count(service_);

@@ -21,7 +21,8 @@ class ServiceServerCore {
     std::function<std::string(const Bytes&)> reject;
   };
 
-  ServiceServerCore(const std::string& service, const ovimux::RpcQos& qos, Environment& environment, Handlers handlers);
+  ServiceServerCore(const std::string& service, const ovimux::RpcQos& qos, Environment& environment, Handlers handlers,
+                    const std::string& request_type);
 
  private:
   void handle(const ovimux::RequestContext& context, const Bytes& request);
@@ -42,7 +43,8 @@ class ServiceServer {
 
   ServiceServer(const std::string& service, const ovimux::RpcQos& qos, Environment& environment, Handle handle,
                 Refuse refuse)
-      : core_(service, qos, environment, {make_answer(std::move(handle), refuse), make_rejection(refuse)}) {}
+      : core_(service, qos, environment, {make_answer(std::move(handle), refuse), make_rejection(refuse)},
+              ovimux::PayloadCodec<Req>::type_name()) {}
 
  private:
   static bool parse(const ServiceServerCore::Bytes& bytes, Req& request) {

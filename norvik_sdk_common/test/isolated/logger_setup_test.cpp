@@ -161,7 +161,7 @@ struct BadConfig {
 class LoggerRefusal : public ::testing::TestWithParam<BadConfig> {};
 
 // The standard library's call_once does not survive exceptions under the thread sanitizer's interceptor.
-#if defined(__SANITIZE_THREAD__)
+#if defined(NORVIK_THREAD_SANITIZER)
 #define NORVIK_SKIP_UNDER_TSAN() GTEST_SKIP() << "call_once with exceptions hangs under the thread sanitizer"
 #else
 #define NORVIK_SKIP_UNDER_TSAN() static_cast<void>(0)

@@ -1,10 +1,12 @@
 #include "dds/participant.hpp"
 
 #include <sys/statvfs.h>
+#include <unistd.h>
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
 #include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
 #include <fastrtps/utils/IPLocator.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <memory>
 
@@ -33,7 +35,10 @@ constexpr uint32_t kPortQueueCapacity = 8192;
 // Fragments take the smallest of all transports, so shared memory gets the size of a datagram too.
 constexpr uint32_t kMaxMessageSize = 65500;
 constexpr uint32_t kSocketBufferSize = 4U << 20U;
-constexpr uint32_t kMaxPeersPerAddress = 32;
+// Participant ids that are asked for, and a few more for those who find theirs taken and move up. With domain 232 the
+// highest port is just below 65536.
+constexpr int kParticipantIds = 56;
+constexpr uint32_t kMaxPeersPerAddress = 62;
 constexpr const char* kLoopback = "127.0.0.1";
 constexpr const char* kDiscoveryMulticast = "239.255.0.1";
 
@@ -72,6 +77,11 @@ uint64_t free_shared_memory() {
   return statvfs("/dev/shm", &info) == 0 ? static_cast<uint64_t>(info.f_bavail) * info.f_frsize : 0;
 }
 
+// The shared memory port of a participant, numbered like its UDP port.
+std::string shared_memory_port(int domain_id, int participant_id) {
+  return "/dev/shm/fastrtps_port" + std::to_string(7400 + 250 * domain_id + 10 + 2 * participant_id);
+}
+
 int parse_domain_id(const char* text) {
   if (text == nullptr || *text == '\0') {
     return 0;
@@ -99,6 +109,18 @@ ParticipantSettings parse_participant_settings(const char* domain_id, const char
   return {parse_domain_id(domain_id), parse_localhost_only(localhost_only)};
 }
 
+int choose_participant_id(int domain_id, const std::function<bool(const std::string&)>& exists) {
+  static std::atomic<int> chosen{0};
+  const int first = (getpid() + chosen++) % kParticipantIds;
+  for (int i = 0; i < kParticipantIds; ++i) {
+    const int id = (first + i) % kParticipantIds;
+    if (!exists(shared_memory_port(domain_id, id))) {
+      return id;
+    }
+  }
+  return first;
+}
+
 DomainParticipantQos make_participant_qos(const ParticipantSettings& settings, uint64_t shared_memory_free) {
   DomainParticipantQos qos;
   add_transports(qos, settings.localhost_only, shared_memory_free);
@@ -111,6 +133,8 @@ DomainParticipantQos make_participant_qos(const ParticipantSettings& settings, u
   if (!settings.localhost_only) {
     add_peer(qos, kDiscoveryMulticast);
   }
+  qos.wire_protocol().participant_id = choose_participant_id(
+      settings.domain_id, [](const std::string& path) { return access(path.c_str(), F_OK) == 0; });
   qos.name("ovimux/" + GlobalData::Instance()->process_name());
   return qos;
 }

@@ -25,6 +25,7 @@
 #include "ovimux/dds/sub_listener_base.hpp"
 #include "ovimux/msg_queue/msg_queue.hpp"
 #include "ovimux/ovimux.hpp"
+#include "ovimux/role_attributes.pb.h"
 
 namespace norvik::ovimux {
 namespace {
@@ -49,6 +50,21 @@ SampleIdentity from_dds(const eprosima::fastrtps::rtps::SampleIdentity& identity
   std::memcpy(result.writer_guid.data() + 12, identity.writer_guid().entityId.value, 4);
   result.sequence_number = identity.sequence_number().to64long();
   return result;
+}
+
+Membership announce(const std::string& service, const Qos& request_qos, const std::string& request_type) {
+  const auto* process = GlobalData::Instance();
+  proto::RoleAttributes attributes;
+  attributes.set_host_name(process->host_name());
+  attributes.set_host_ip(process->host_ip());
+  attributes.set_process_id(process->process_id());
+  attributes.set_channel_name(service);
+  attributes.set_channel_id(GlobalData::RegisterService(service));
+  attributes.set_channel_count(1);
+  attributes.set_message_type(request_type);
+  attributes.mutable_qos_profile()->set_type(proto::PROFILE_RPC_INTRA_CORE);
+  attributes.mutable_qos_profile()->mutable_intra_core()->set_payload_kind(request_qos.payload_kind);
+  return Manager::Instance()->Join(attributes, proto::ROLE_TYPE_SERVER, true);
 }
 
 // Knows the processes whose reader of the responses is matched.
@@ -170,7 +186,8 @@ class ServiceServerBase::ResponseWriter {
   const int tid_ = GlobalData::ThreadId();
 };
 
-ServiceServerBase::ServiceServerBase(const std::string& service, const RpcQos& rpc_qos, Handler handler) {
+ServiceServerBase::ServiceServerBase(const std::string& service, const RpcQos& rpc_qos, Handler handler,
+                                     const std::string& request_type) {
   Qos request_qos;
   Qos response_qos;
   DDSTools::Instance()->TransformQos(rpc_qos, request_qos, response_qos);
@@ -180,6 +197,9 @@ ServiceServerBase::ServiceServerBase(const std::string& service, const RpcQos& r
   writer_ = std::make_unique<ResponseWriter>(service + RPC_CHANNEL_RES_SUFFIX, response_qos);
   listener_ = std::make_shared<RequestListener>(request_topic, request_qos, std::move(handler));
   listener_->open(request_qos);
+  if (is_open()) {
+    membership_ = announce(service, request_qos, request_type);
+  }
 }
 
 ServiceServerBase::~ServiceServerBase() { listener_->close(); }

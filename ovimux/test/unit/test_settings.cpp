@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <set>
 #include <thread>
 
 #include "dds/participant.hpp"
@@ -68,6 +69,17 @@ TEST(ParticipantSettings, UseSharedMemoryOnlyWhereItFits) {
   }
   EXPECT_EQ(1U, make_participant_qos({0, true}, 0).wire_protocol().builtin.initialPeersList.size());
   EXPECT_EQ(2U, make_participant_qos({0, false}, 0).wire_protocol().builtin.initialPeersList.size());
+}
+
+TEST(ParticipantSettings, AvoidThePortsOfTheDead) {
+  std::set<std::string> taken;
+  const auto exists = [&taken](const std::string& path) { return taken.count(path) != 0; };
+  for (int i = 0; i < 56; ++i) {
+    const int id = choose_participant_id(3, exists);
+    EXPECT_TRUE(taken.insert("/dev/shm/fastrtps_port" + std::to_string(8160 + 2 * id)).second) << id;
+  }
+  EXPECT_EQ("/dev/shm/fastrtps_port8160", *taken.begin());
+  EXPECT_LT(choose_participant_id(3, exists), 56) << "a default when every port has been used";
 }
 
 TEST(DDSTools, DerivesThePolicyFromFourMembers) {

@@ -83,7 +83,7 @@ TEST_P(Interop, MessagesReturnFromAnotherVendorsDdsAndItsBytesAreOurs) {
   setenv("CYCLONEDDS_URI",
          "<CycloneDDS><Domain><General><Interfaces><NetworkInterface name=\"lo\"/></Interfaces>"
          "<AllowMulticast>false</AllowMulticast></General><Discovery><ParticipantIndex>auto</ParticipantIndex>"
-         "<MaxAutoParticipantIndex>30</MaxAutoParticipantIndex><Peers><Peer address=\"127.0.0.1\"/></Peers>"
+         "<MaxAutoParticipantIndex>60</MaxAutoParticipantIndex><Peers><Peer address=\"127.0.0.1\"/></Peers>"
          "</Discovery></Domain></CycloneDDS>",
          1);
   const auto& c = GetParam();

@@ -195,7 +195,9 @@ TEST_F(Readers, ACallbackMayDestroyItsReader) {
     const auto writer = write(c.topic);
     publish(*writer, c.topic, 1, 3);
     created.open();
-    raw->SyncAll();
+    if (c.qos.callback_mode != 0) {
+      raw->SyncAll();
+    }
     EXPECT_TRUE(eventually([&] { return calls == 1; }));
     EXPECT_TRUE(writer->Publish(std::string("nobody listens")));
     EXPECT_EQ(1, calls);

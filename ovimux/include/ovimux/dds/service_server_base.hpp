@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ovimux/core/manager.hpp"
 #include "ovimux/dds/sample_identity.hpp"
 #include "ovimux/export.hpp"
 #include "ovimux/qos.hpp"
@@ -19,12 +20,14 @@ struct RequestContext {
 };
 
 // The answering side of a service, on bytes. The handler runs on the worker pool, one request at a time; answers may be
-// sent from there or later, from any thread, any number of times.
+// sent from there or later, from any thread, any number of times. Announced to the topology as a server of messages of
+// `request_type`.
 class OVIMUX_EXPORT ServiceServerBase {
  public:
   using Handler = std::function<void(const RequestContext&, const std::vector<uint8_t>& request)>;
 
-  ServiceServerBase(const std::string& service, const RpcQos& rpc_qos, Handler handler);
+  ServiceServerBase(const std::string& service, const RpcQos& rpc_qos, Handler handler,
+                    const std::string& request_type = "raw");
   ~ServiceServerBase();
   ServiceServerBase(const ServiceServerBase&) = delete;
   ServiceServerBase& operator=(const ServiceServerBase&) = delete;
@@ -41,6 +44,7 @@ class OVIMUX_EXPORT ServiceServerBase {
 
   std::shared_ptr<RequestListener> listener_;
   std::unique_ptr<ResponseWriter> writer_;
+  Membership membership_;
 };
 
 }  // namespace norvik::ovimux

@@ -1,0 +1,87 @@
+// docs/operations.md is made from the table of operations that the tests run through.
+// NORVIK_WRITE_DOCS=1 writes the file; without it the committed one is compared.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "live/operations.hpp"
+
+namespace norvik::test {
+namespace {
+
+constexpr const char* kHead = R"(# Command operations and their tested outcomes
+
+Made by `test_operation_docs` from the table that the integration tests run against the simulated robot; do not edit. To
+make it anew: `NORVIK_WRITE_DOCS=1 build/dev/bin/test_operation_docs`.
+
+Each cell is the status the operation returned in the test, checked together with its record in the log. `RequestTarget`
+returns a report instead: its first error's code, or that there is none. An empty cell is an outcome that the operation
+does not have: it is published instead of requested, takes no argument, or never waits.
+
+- *refused*: a wrong argument; nothing is sent.
+- *unheard*: the robot has never reported its errors.
+- *fault before*, *in the reply*: a fatal error of the group concerned.
+- *no reply*: lost, late, or the robot killed during the call. Afterwards, with the robot restarted where it was killed,
+  every operation is accepted again without a restart of the application.
+- *waiting*, *time-out*: the blocking form, with a motion that ends and with joints that do not move.
+
+| operation | models | accepted | refused | unheard | fault before | in the reply | no reply | waiting | time-out |
+|---|---|---|---|---|---|---|---|---|---|
+)";
+
+std::string answer_of(const Told* told) { return told ? told->answer : ""; }
+
+std::string row_of(const Operation& operation, const std::string& models) {
+  const auto* refused = operation.refused ? &operation.refused->told : nullptr;
+  const auto* rejected = operation.replies ? &operation.replies->rejected : nullptr;
+  const auto* silence = operation.replies ? &operation.replies->silence : nullptr;
+  const auto* arrived = operation.waiting ? &operation.waiting->arrived : nullptr;
+  const auto* timed_out =
+      operation.waiting && operation.waiting->timed_out ? &*operation.waiting->timed_out : nullptr;
+  std::string row = "| `" + operation.name + "` | " + models + " |";
+  for (const Told* told : {&operation.accepted.told, refused, &operation.unheard, &operation.faulty, rejected, silence,
+                           arrived, timed_out}) {
+    row += " " + answer_of(told) + " |";
+  }
+  return row + "\n";
+}
+
+bool has_operation(const Setup& setup, const std::string& name) {
+  for (const Operation& operation : operations_of(setup)) {
+    if (operation.name == name) {
+      return true;
+    }
+  }
+  return false;
+}
+
+std::string make_page() {
+  std::string page = kHead;
+  for (const Setup& setup : {kK2, kK2Linker, kK2Brainco}) {
+    for (const Operation& operation : operations_of(setup)) {
+      page += row_of(operation, has_operation(kR5, operation.name) ? "K2, R5" : "K2");
+    }
+  }
+  return page;
+}
+
+TEST(OperationDocs, AreUpToDate) {
+  const std::string path = std::string(NORVIK_DOCS_DIR) + "/operations.md";
+  const char* write = std::getenv("NORVIK_WRITE_DOCS");
+  if (write != nullptr && std::string(write) == "1") {
+    std::ofstream(path) << make_page();
+  }
+  std::ostringstream committed;
+  committed << std::ifstream(path).rdbuf();
+  EXPECT_EQ(committed.str(), make_page()) << "run with NORVIK_WRITE_DOCS=1 and commit " << path;
+  for (const Operation& operation : operations_of(kR5)) {
+    EXPECT_TRUE(has_operation(kK2, operation.name)) << operation.name;
+  }
+}
+
+}  // namespace
+}  // namespace norvik::test
