@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <iterator>
 #include <limits>
 
 #include "live/operations.hpp"
@@ -53,7 +52,8 @@ Call velocity(double vx, double wz) {
 }
 
 Call pose(double x, const std::string& frame, const std::string& reference, double time, double timeout) {
-  return [=](NorvikRobot& robot) { return to_text(robot.set_base_pose(x, 0, 0, frame, reference, time, true, timeout)); };
+  return
+      [=](NorvikRobot& robot) { return to_text(robot.set_base_pose(x, 0, 0, frame, reference, time, true, timeout)); };
 }
 
 // By message and by request, which both refuse it for the same reason.
@@ -123,7 +123,8 @@ std::vector<Row> rows_of_both_models() {
       {"infinite pose time", pose(0, "odom", "odom", kInf, 1), "set_base_pose contains NaN or Inf"},
       {"nan pose time-out", pose(0, "odom", "odom", 1, kNan), "set_base_pose contains NaN or Inf"},
       {"empty frame", pose(0, "", "odom", 1, 1), "set_base_pose invalid frame_id/reference_frame_id:   /  odom"},
-      {"megabyte frame", pose(0, "odom", kMegabyte, 1, 1), "set_base_pose invalid frame_id/reference_frame_id: odom  /"},
+      {"megabyte frame", pose(0, "odom", kMegabyte, 1, 1),
+       "set_base_pose invalid frame_id/reference_frame_id: odom  /"},
       {"empty controller", [](auto& robot) { return to_text(robot.switch_controller("")); },
        "switch_controller invalid input, controller_name: "},
       {"megabyte controller", [](auto& robot) { return to_text(robot.stop_controller(kMegabyte)); },
@@ -182,34 +183,45 @@ TEST_P(BadInput, IsRefusedAndNothingIsSent) {
       EXPECT_LT(record.text.size(), kLongestRecord);
     }
   }
-  for (const char* endpoint : {"tavrinox/wbcs/target", "tavrinox/wbcs/target_server", "tavrinox/wbcs/controller_server"}) {
+  for (const char* endpoint :
+       {"tavrinox/wbcs/target", "tavrinox/wbcs/target_server", "tavrinox/wbcs/controller_server"}) {
     EXPECT_EQ(live.heard(endpoint), counters.value(endpoint, 0)) << endpoint;
   }
   EXPECT_EQ(to_text(live.robot().set_joint_positions({0.2, 0.0}, {"head"}, {}, true, 1.0)), "SUCCESS");
 }
 
-// Values that pass the library's checks are refused by the robot, and harm neither.
+// Values that pass the library's checks are refused by the robot, and harm neither. A request without time to wait may
+// still see its answer.
 TEST_P(BadInput, ThatGoesOutIsAnswered) {
   LiveRobot live(GetParam());
   ASSERT_TRUE(live.start());
-  const std::pair<Call, std::string> rows[] = {
-      {commands({{kNan}, {kInf}}, {"head"}), "SUCCESS"},
-      {positions({0, 0, 0, 0}, {"head", "head"}), "FAULT"},
-      {gripper("left_gripper", kNan, 0.1, 30), "TIMEOUT"},
-      {gripper("left_gripper", kInf, 0.1, 30), "FAULT"},
-      {frames({{kNan, 0, 0, 0, 0, 0, 1}}, {""}), "SUCCESS"},
-      {pose(0, "odom", "odom", 0.1, 0.0), "TIMEOUT"},
-      {pose(0, "odom", "odom", 0.1, -1.0), "TIMEOUT"},
-      {[](auto& robot) { return to_text(robot.set_joint_positions({0, 0}, {"head"}, {}, true, 1, kNan)); }, "TIMEOUT"},
-      {trajectory({{{0.1, {{kNan}, {}}}}, {"head"}, {}}), "FAULT"},
-      {trajectory({{{kNan, {{}, {}}}}, {"head"}, {}}), "TIMEOUT"},
+  struct Sent {
+    std::string name;
+    Call call;
+    std::string answer;
+    std::string other_answer;
   };
-  for (size_t i = 0; i < std::size(rows); ++i) {
-    EXPECT_EQ(rows[i].first(live.robot()), rows[i].second) << "row " << i;
+  const Sent rows[] = {
+      {"not finite", commands({{kNan}, {kInf}}, {"head"}), "SUCCESS", ""},
+      {"joints twice", positions({0, 0, 0, 0}, {"head", "head"}), "FAULT", ""},
+      {"nan width", gripper("left_gripper", kNan, 0.1, 30), "TIMEOUT", "FAULT"},
+      {"infinite width", gripper("left_gripper", kInf, 0.1, 30), "FAULT", ""},
+      {"nan frame", frames({{kNan, 0, 0, 0, 0, 0, 1}}, {""}), "SUCCESS", ""},
+      {"no time-out", pose(0, "odom", "odom", 0.1, 0.0), "TIMEOUT", "SUCCESS"},
+      {"negative time-out", pose(0, "odom", "odom", 0.1, -1.0), "TIMEOUT", "SUCCESS"},
+      {"nan time-out",
+       [](auto& robot) {
+         return to_text(robot.set_joint_positions({0, 0}, {"head"}, {}, true, 1, kNan));
+       },
+       "TIMEOUT", ""},
+      {"nan point", trajectory({{{0.1, {{kNan}, {}}}}, {"head"}, {}}), "FAULT", ""},
+      {"nan time", trajectory({{{kNan, {{}, {}}}}, {"head"}, {}}), "TIMEOUT", "FAULT"},
+  };
+  for (const Sent& row : rows) {
+    const std::string answer = row.call(live.robot());
+    EXPECT_TRUE(answer == row.answer || answer == row.other_answer) << row.name << ": " << answer;
   }
-  EXPECT_TRUE(eventually([&] {
-    return to_text(live.robot().set_joint_positions({0.2, 0.0}, {"head"}, {}, true, 1.0)) == "SUCCESS";
-  }));
+  EXPECT_EQ(to_text(live.robot().set_joint_positions({0.2, 0.0}, {"head"}, {}, true, 1.0)), "SUCCESS");
 }
 
 INSTANTIATE_TEST_SUITE_P(All, BadInput, ::testing::Values(kK2, kR5), [](const auto& test) { return test.param.name; });

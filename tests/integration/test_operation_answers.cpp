@@ -1,4 +1,5 @@
-// What every command operation tells at once: accepted, refused, a fault before and in the reply, errors never reported.
+// What every command operation tells at once: accepted, refused, a fault before and in the reply, errors never
+// reported.
 
 #include <gtest/gtest.h>
 

@@ -40,8 +40,7 @@ std::string row_of(const Operation& operation, const std::string& models) {
   const auto* rejected = operation.replies ? &operation.replies->rejected : nullptr;
   const auto* silence = operation.replies ? &operation.replies->silence : nullptr;
   const auto* arrived = operation.waiting ? &operation.waiting->arrived : nullptr;
-  const auto* timed_out =
-      operation.waiting && operation.waiting->timed_out ? &*operation.waiting->timed_out : nullptr;
+  const auto* timed_out = operation.waiting && operation.waiting->timed_out ? &*operation.waiting->timed_out : nullptr;
   std::string row = "| `" + operation.name + "` | " + models + " |";
   for (const Told* told : {&operation.accepted.told, refused, &operation.unheard, &operation.faulty, rejected, silence,
                            arrived, timed_out}) {

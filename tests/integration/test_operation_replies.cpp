@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "live/operations.hpp"
 
 namespace norvik::test {
@@ -14,6 +16,7 @@ struct Row {
   Setup setup;
   nlohmann::json fault;
 };
+std::ostream& operator<<(std::ostream& stream, const Row& row) { return stream << row.name; }
 
 class Replies : public ::testing::TestWithParam<Row> {};
 

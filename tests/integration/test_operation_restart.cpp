@@ -56,7 +56,9 @@ TEST_P(Restart, KilledDuringMotions) {
   slow.points = {{2.0, std::vector<sdk::JointCommand>(7, {0.2})}};
   const std::vector<std::pair<std::string, Attempt>> attempts = {
       {"set_joint_positions",
-       {[](auto& robot) { return to_text(robot.set_joint_positions({0.8, 0.0}, {"head"}, {}, true, 0.1, 3.0)); },
+       {[](auto& robot) {
+          return to_text(robot.set_joint_positions({0.8, 0.0}, {"head"}, {}, true, 0.1, 3.0));
+        },
         error("TIMEOUT", "set_joint_positions timeout")}},
       {"execute_joint_trajectory",
        {[&](auto& robot) { return to_text(robot.execute_joint_trajectory(slow)); },

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <ostream>
 #include <thread>
 
 #include "live/live_robot.hpp"
@@ -76,10 +77,9 @@ int play_requesting() {
   if (!has_started()) return 1;
   SimulatorControl control;
   control.send({{"op", "reply"}, {"service", "tavrinox/wbcs/controller_server"}, {"fault", "lose"}, {"count", -1}});
-  std::thread([] {
-    while (true) robot().start_controller("all");
-  }).detach();
-  if (!eventually([&] { return control.state()["counters"].value("tavrinox/wbcs/controller_server", 0) > 0; })) return 2;
+  std::thread([] { robot().start_controller("all"); }).detach();
+  if (!eventually([&] { return control.state()["counters"].value("tavrinox/wbcs/controller_server", 0) > 0; }))
+    return 2;
   be_ready();
   return kStatus;
 }
@@ -102,8 +102,8 @@ int play_init() {
 }
 
 const std::map<std::string, int (*)()>& roles() {
-  static const std::map<std::string, int (*)()> kRoles = {{"return", play_return},       {"exit", play_exit},
-                                                          {"shutdown", play_shutdown},   {"moving", play_moving},
+  static const std::map<std::string, int (*)()> kRoles = {{"return", play_return},         {"exit", play_exit},
+                                                          {"shutdown", play_shutdown},     {"moving", play_moving},
                                                           {"requesting", play_requesting}, {"init", play_init}};
   return kRoles;
 }
@@ -115,6 +115,7 @@ struct Row {
   std::string role;
   Fate fate;
 };
+std::ostream& operator<<(std::ostream& stream, const Row& row) { return stream << row.name; }
 
 class ProcessExit : public ::testing::TestWithParam<Row> {};
 

@@ -65,7 +65,8 @@ bool LiveRobot::start(bool with_errors) {
     return false;
   }
   const auto reports = [this] {
-    return robot_.get_joint_states({"head"}).size() == 2 && robot_.get_odom() && robot_.get_gripper_state("left_gripper");
+    return robot_.get_joint_states({"head"}).size() == 2 && robot_.get_odom() &&
+           robot_.get_gripper_state("left_gripper");
   };
   return eventually(reports) && (!with_errors || eventually([this] { return reports_errors(); })) &&
          hears_sharpa_commands();
@@ -82,7 +83,8 @@ bool LiveRobot::hears_sharpa_commands() {
            robot_.set_dexhand_command("right_dexhand", std::vector<sdk::JointCommand>(22), sdk::DexHandType::SHARPA,
                                       false);
            sdk::DexhandState state;
-           return robot_.get_dexhand_state("right_dexhand", state, sdk::DexHandType::SHARPA) == ControlStatus::SUCCESS &&
+           return robot_.get_dexhand_state("right_dexhand", state, sdk::DexHandType::SHARPA) ==
+                      ControlStatus::SUCCESS &&
                   heard("/endtool/sharpa_dexhand_R/command_noblock") > 0;
          });
 }
@@ -92,7 +94,9 @@ bool LiveRobot::restart_simulator() {
   // The stream is back when odometry is newer than what the dead one sent, and both services answer.
   return simulator_.restart() && eventually([&] { return robot_.get_odom()->timestamp_ns > last_ns; }) &&
          eventually([this] { return robot_.start_controller("left_arm") == ControlStatus::SUCCESS; }) &&
-         eventually([this] { return robot_.set_base_pose(0, 0, 0, "odom", "odom", 0.1, false, 1) == ControlStatus::SUCCESS; }) &&
+         eventually([this] {
+           return robot_.set_base_pose(0, 0, 0, "odom", "odom", 0.1, false, 1) == ControlStatus::SUCCESS;
+         }) &&
          hears_sharpa_commands();
 }
 
@@ -133,7 +137,8 @@ bool LiveRobot::make_faulty(const std::string& group) {
   faulty_group_ = group;
   control({{"op", "error"}, {"group", group}, {"code", kFatalCode}, {"description", "injected"}});
   return eventually([this] {
-    return robot_.check_trajectory_execution_status({faulty_group_})[0] == sdk::TrajectoryControlStatus::TRAJECTORY_FAULT;
+    return robot_.check_trajectory_execution_status({faulty_group_})[0] ==
+           sdk::TrajectoryControlStatus::TRAJECTORY_FAULT;
   });
 }
 

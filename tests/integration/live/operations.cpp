@@ -79,9 +79,13 @@ std::vector<Operation> joint_operations() {
       {"set_joint_commands",
        "head",
        kTargets,
-       {[](auto& robot) { return to_text(robot.set_joint_commands({{0.1}, {0.1}}, {"head"}, {}, 0.2)); },
+       {[](auto& robot) {
+          return to_text(robot.set_joint_commands({{0.1}, {0.1}}, {"head"}, {}, 0.2));
+        },
         told("SUCCESS")},
-       Attempt{[](auto& robot) { return to_text(robot.set_joint_commands({{0.1}, {0.1}}, {"head"}, {}, -0.1)); },
+       Attempt{[](auto& robot) {
+                 return to_text(robot.set_joint_commands({{0.1}, {0.1}}, {"head"}, {}, -0.1));
+               },
                error("INVALID_INPUT", "set_joint_commands invalid time_from_start_s: -0.1")},
        kUnheard,
        kFatal,
@@ -102,7 +106,9 @@ std::vector<Operation> joint_operations() {
        "head",
        kTargetServer,
        {joint_positions(false, 1.0, 1.0), told("SUCCESS")},
-       Attempt{[](auto& robot) { return to_text(robot.set_joint_positions({0.1, kNan}, {"head"})); },
+       Attempt{[](auto& robot) {
+                 return to_text(robot.set_joint_positions({0.1, kNan}, {"head"}));
+               },
                error("INVALID_INPUT", "joint_position_vec[1] (head_joint2) is not finite: nan")},
        kUnheard,
        kFatal,
@@ -262,14 +268,20 @@ std::vector<Operation> base_operations(const std::string& chassis) {
       {"set_base_velocity",
        chassis,
        kTargets,
-       {[](auto& robot) { return to_text(robot.set_base_velocity({0.1, 0, 0}, {0, 0, 0})); },
+       {[](auto& robot) {
+          return to_text(robot.set_base_velocity({0.1, 0, 0}, {0, 0, 0}));
+        },
         info("SUCCESS", "set_base_velocity success")},
-       Attempt{[](auto& robot) { return to_text(robot.set_base_velocity({5, 0, 0}, {0, 0, 0})); },
+       Attempt{[](auto& robot) {
+                 return to_text(robot.set_base_velocity({5, 0, 0}, {0, 0, 0}));
+               },
                error("INVALID_INPUT", "linear_velocity out of range, expect vx,vy in (-5,5), got vx=5, vy=0")},
        kUnheard,
        kFatal,
        {},
-       Waiting{[](auto& robot) { return to_text(robot.set_base_velocity({0.1, 0, 0}, {0, 0, 0}, 0.3)); },
+       Waiting{[](auto& robot) {
+                 return to_text(robot.set_base_velocity({0.1, 0, 0}, {0, 0, 0}, 0.3));
+               },
                info("SUCCESS", "stop_base success"),
                {}}},
       {"set_base_pose",
@@ -373,9 +385,10 @@ std::vector<Operation> target_operations() {
                                                         {"left_arm_end_effector_link"}, {"base_link"}));
         },
         told("SUCCESS")},
-       Attempt{[](auto& robot) { return to_text(robot.set_end_effector_command({{0, 0, 0, 0, 1}}, {"left_hand"})); },
-               error("INVALID_INPUT",
-                     "set_end_effector_command: pose 0 needs at least 7 values [x,y,z,qx,qy,qz,qw]")},
+       Attempt{[](auto& robot) {
+                 return to_text(robot.set_end_effector_command({{0, 0, 0, 0, 1}}, {"left_hand"}));
+               },
+               error("INVALID_INPUT", "set_end_effector_command: pose 0 needs at least 7 values [x,y,z,qx,qy,qz,qw]")},
        told("SUCCESS"),
        told("SUCCESS"),
        {},
