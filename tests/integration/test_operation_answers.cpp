@@ -21,7 +21,7 @@ void expect_faulty(LiveRobot& live, const Operation& operation) {
     ASSERT_TRUE(eventually([&] { return operation.accepted.call(live.robot()) == operation.faulty.answer; }));
   }
   const int heard = live.heard(operation.endpoint);
-  expect_told(live, operation.accepted.call, operation.faulty);
+  expect_told(live, {operation.accepted.call, operation.faulty});
   if (operation.looks_at_errors()) {
     EXPECT_EQ(live.heard(operation.endpoint), heard);
   }
@@ -34,17 +34,17 @@ TEST_P(Answers, AcceptedRefusedFaulty) {
   for (const Operation& operation : operations_) {
     SCOPED_TRACE(operation.name);
     const int before = live.heard(operation.endpoint);
-    expect_told(live, operation.accepted.call, operation.accepted.told);
+    expect_told(live, operation.accepted);
     EXPECT_TRUE(eventually([&] { return live.heard(operation.endpoint) > before; }));
     if (operation.refused) {
       const int heard = live.heard(operation.endpoint);
-      expect_told(live, operation.refused->call, operation.refused->told);
+      expect_told(live, *operation.refused);
       EXPECT_EQ(live.heard(operation.endpoint), heard);
     }
     expect_faulty(live, operation);
-    if (operation.replies) {
+    if (operation.rejected) {
       live.control({{"op", "reply"}, {"service", operation.endpoint}, {"fault", "reject"}});
-      expect_told(live, operation.accepted.call, operation.replies->rejected);
+      expect_told(live, {operation.accepted.call, *operation.rejected});
     }
   }
 }
@@ -57,7 +57,7 @@ TEST_P(Answers, ErrorsNeverReported) {
   for (const Operation& operation : operations_) {
     SCOPED_TRACE(operation.name);
     const int heard = live.heard(operation.endpoint);
-    expect_told(live, operation.accepted.call, operation.unheard);
+    expect_told(live, {operation.accepted.call, operation.unheard});
     if (operation.looks_at_errors()) {
       EXPECT_EQ(live.heard(operation.endpoint), heard);
     }

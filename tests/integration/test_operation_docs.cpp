@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "live/operations.hpp"
@@ -33,18 +32,14 @@ does not have: it is published instead of requested, takes no argument, or never
 |---|---|---|---|---|---|---|---|---|---|
 )";
 
-std::string answer_of(const Told* told) { return told ? told->answer : ""; }
-
 std::string row_of(const Operation& operation, const std::string& models) {
-  const auto* refused = operation.refused ? &operation.refused->told : nullptr;
-  const auto* rejected = operation.replies ? &operation.replies->rejected : nullptr;
-  const auto* silence = operation.replies ? &operation.replies->silence : nullptr;
-  const auto* arrived = operation.waiting ? &operation.waiting->arrived : nullptr;
-  const auto* timed_out = operation.waiting && operation.waiting->timed_out ? &*operation.waiting->timed_out : nullptr;
+  const auto answer = [](const auto& attempt) { return attempt ? attempt->told.answer : ""; };
+  const auto text = [](const auto& told) { return told ? told->answer : ""; };
   std::string row = "| `" + operation.name + "` | " + models + " |";
-  for (const Told* told : {&operation.accepted.told, refused, &operation.unheard, &operation.faulty, rejected, silence,
-                           arrived, timed_out}) {
-    row += " " + answer_of(told) + " |";
+  for (const std::string& cell :
+       {operation.accepted.told.answer, answer(operation.refused), operation.unheard.answer, operation.faulty.answer,
+        text(operation.rejected), text(operation.silence), answer(operation.arrived), answer(operation.timed_out)}) {
+    row += " " + cell + " |";
   }
   return row + "\n";
 }

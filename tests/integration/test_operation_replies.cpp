@@ -24,8 +24,8 @@ class Replies : public ::testing::TestWithParam<Row> {};
 void expect_silence(LiveRobot& live, const std::vector<Operation>& operations, const std::string& service) {
   std::vector<std::pair<std::string, Attempt>> attempts;
   for (const Operation& operation : operations) {
-    if (operation.replies && operation.endpoint == service) {
-      attempts.push_back({operation.name, {operation.accepted.call, operation.replies->silence}});
+    if (operation.silence && operation.endpoint == service) {
+      attempts.push_back({operation.name, {operation.accepted.call, *operation.silence}});
     }
   }
   const int heard = live.heard(service);
@@ -49,7 +49,7 @@ TEST_P(Replies, AreMissedAndTheNextCommandWorks) {
   }
   for (const Operation& operation : operations) {
     SCOPED_TRACE(operation.name);
-    expect_told(live, operation.accepted.call, operation.accepted.told);
+    expect_told(live, operation.accepted);
   }
 }
 

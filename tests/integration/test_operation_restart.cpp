@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "live/operations.hpp"
 
 namespace norvik::test {
@@ -27,8 +25,8 @@ TEST_P(Restart, KilledDuringEveryRequest) {
   std::vector<std::pair<std::string, Attempt>> attempts;
   for (const Operation& operation : operations_of(GetParam())) {
     // Driving the base asks both services in turn.
-    if (operation.replies && (operation.group != GetParam().chassis || operation.name == "switch_controller")) {
-      attempts.push_back({operation.name, {operation.accepted.call, operation.replies->silence}});
+    if (operation.silence && (operation.group != GetParam().chassis || operation.name == "switch_controller")) {
+      attempts.push_back({operation.name, {operation.accepted.call, *operation.silence}});
     }
   }
   hold_answers();
@@ -45,7 +43,7 @@ TEST_P(Restart, KilledDuringEveryRequest) {
   for (const Operation& operation : operations_of(GetParam())) {
     SCOPED_TRACE(operation.name);
     const int heard_before = live_.heard(operation.endpoint);
-    expect_told(live_, operation.accepted.call, operation.accepted.told);
+    expect_told(live_, operation.accepted);
     EXPECT_TRUE(eventually([&] { return live_.heard(operation.endpoint) > heard_before; }));
   }
 }

@@ -1,26 +1,22 @@
 // However an application ends, and whatever became of the robot: at once, with its own exit status.
 
-#include <stdlib.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
-#include <ostream>
 #include <thread>
 
-#include "live/live_robot.hpp"
 #include "live/self_process.hpp"
 
 namespace norvik::test {
 namespace {
 
 using namespace std::chrono_literals;
-using sdk::NorvikRobot;
 
 constexpr int kStatus = 7;
+
+sdk::NorvikRobot& robot() { return sdk::NorvikRobot::get_instance(sdk::MachineType::K2); }
 
 std::filesystem::path in_home(const std::string& file) { return std::filesystem::path(std::getenv("HOME")) / file; }
 
@@ -30,127 +26,88 @@ bool await(const std::string& file) {
   return eventually([&] { return std::filesystem::exists(in_home(file)); });
 }
 
-NorvikRobot& robot() { return NorvikRobot::get_instance(sdk::MachineType::K2); }
+bool has_logged(const std::string& text) {
+  std::error_code error;
+  for (const auto& log : std::filesystem::directory_iterator(in_home("norvik_sdk_log/k2"), error)) {
+    std::ifstream file(log.path());
+    return std::string(std::istreambuf_iterator<char>(file), {}).find(text) != std::string::npos;
+  }
+  return false;
+}
 
-// Each role tells that it is ready, waits until the robot has met its fate, and ends.
-void be_ready() {
+bool starts() {
+  return robot().init() && eventually([] {
+           return robot().set_joint_positions({0, 0}, {"head"}, {}, false, 0) == sdk::ControlStatus::INVALID_INPUT;
+         });
+}
+
+// Each leaves another thread waiting for something that takes longer than this process lives.
+bool wait_for_motion() {
+  std::thread([] { robot().set_joint_positions({1.5, 0.0}, {"head"}, {}, true, 0.05, 60.0); }).detach();
+  return eventually([] { return robot().get_joint_positions({"head"})[0] > 0.01; });
+}
+
+bool wait_for_answer() {
+  const std::string service = "tavrinox/wbcs/controller_server";
+  SimulatorControl control;
+  control.send({{"op", "reply"}, {"service", service}, {"fault", "lose"}, {"count", -1}});
+  std::thread([] { robot().start_controller("all"); }).detach();
+  return eventually([&] { return control.state()["counters"].value(service, 0) > 0; });
+}
+
+bool wait_for_robot() {
+  std::thread([] { robot().init(); }).detach();
+  return eventually([] { return has_logged("wbc interface init success"); });
+}
+
+// The role is what the process is doing, and how it ends once the robot has met its fate.
+int play(const std::string& role) {
+  const auto has = [&](const char* word) { return role.find(word) != std::string::npos; };
+  if (has("unborn") ? !wait_for_robot() : !starts()) return 1;
+  if (has("moving") && !wait_for_motion()) return 2;
+  if (has("asking") && !wait_for_answer()) return 3;
   create("ready");
   await("go");
-}
-
-bool has_started() {
-  return robot().init() && eventually([] { return robot().get_joint_states({"head"}).size() == 2; });
-}
-
-int play_return() {
-  if (!has_started()) return 1;
-  be_ready();
+  if (has("exit")) {
+    std::exit(kStatus);
+  }
+  if (has("shutdown")) {
+    robot().request_shutdown();
+    robot().wait_for_shutdown();
+    robot().destroy();
+  }
   return kStatus;
 }
 
-int play_exit() {
-  if (!has_started()) return 1;
-  be_ready();
-  std::exit(kStatus);
-}
-
-int play_shutdown() {
-  if (!has_started()) return 1;
-  be_ready();
-  robot().request_shutdown();
-  robot().wait_for_shutdown();
-  robot().destroy();
-  return kStatus;
-}
-
-// Another thread waits for a motion of 30 s.
-int play_moving() {
-  if (!has_started()) return 1;
-  std::thread([] { robot().set_joint_positions({1.5, 0.0}, {"head"}, {}, true, 0.05, 60.0); }).detach();
-  if (!eventually([] { return robot().get_joint_positions({"head"})[0] > 0.01; })) return 2;
-  be_ready();
-  return kStatus;
-}
-
-// Another thread waits for an answer that does not come.
-int play_requesting() {
-  if (!has_started()) return 1;
-  SimulatorControl control;
-  control.send({{"op", "reply"}, {"service", "tavrinox/wbcs/controller_server"}, {"fault", "lose"}, {"count", -1}});
-  std::thread([] { robot().start_controller("all"); }).detach();
-  if (!eventually([&] { return control.state()["counters"].value("tavrinox/wbcs/controller_server", 0) > 0; }))
-    return 2;
-  be_ready();
-  return kStatus;
-}
-
-// Another thread waits for a robot that has never been there.
-int play_init() {
-  std::thread([] { robot().init(); }).detach();
-  const auto is_waiting = [] {
-    std::error_code error;
-    for (const auto& log : std::filesystem::directory_iterator(in_home("norvik_sdk_log/k2"), error)) {
-      std::ifstream file(log.path());
-      const std::string text{std::istreambuf_iterator<char>(file), {}};
-      if (text.find("wbc interface init success") != std::string::npos) return true;
-    }
-    return false;
-  };
-  if (!eventually(is_waiting)) return 1;
-  be_ready();
-  return kStatus;
-}
-
-const std::map<std::string, int (*)()>& roles() {
-  static const std::map<std::string, int (*)()> kRoles = {{"return", play_return},         {"exit", play_exit},
-                                                          {"shutdown", play_shutdown},     {"moving", play_moving},
-                                                          {"requesting", play_requesting}, {"init", play_init}};
-  return kRoles;
-}
-
-enum class Fate { kAlive, kDead, kNeverSeen };
-
-struct Row {
-  std::string name;
-  std::string role;
-  Fate fate;
-};
-std::ostream& operator<<(std::ostream& stream, const Row& row) { return stream << row.name; }
-
-class ProcessExit : public ::testing::TestWithParam<Row> {};
+class ProcessExit : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(ProcessExit, IsPromptAndKeepsItsStatus) {
+  const std::string role = GetParam();
   const TempDir home;
   ::setenv("HOME", home.path().c_str(), 1);
   SimulatorProcess simulator;
-  if (GetParam().fate != Fate::kNeverSeen) {
-    ASSERT_TRUE(simulator.start());
-  }
-  SelfProcess process(GetParam().role);
+  ASSERT_TRUE(role.find("unborn") != std::string::npos || simulator.start());
+  SelfProcess process(role);
   ASSERT_TRUE(await("ready"));
-  if (GetParam().fate == Fate::kDead) {
+  if (role.find("dead") != std::string::npos) {
     simulator.kill_hard();
   }
   create("go");
   EXPECT_EQ(process.wait_for_exit(5s), kStatus);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, ProcessExit,
-    ::testing::Values(Row{"ReturnAlive", "return", Fate::kAlive}, Row{"ReturnDead", "return", Fate::kDead},
-                      Row{"ExitDead", "exit", Fate::kDead}, Row{"ShutdownAlive", "shutdown", Fate::kAlive},
-                      Row{"ShutdownDead", "shutdown", Fate::kDead}, Row{"MovingAlive", "moving", Fate::kAlive},
-                      Row{"MovingDead", "moving", Fate::kDead}, Row{"RequestingAlive", "requesting", Fate::kAlive},
-                      Row{"RequestingDead", "requesting", Fate::kDead}, Row{"InitNeverSeen", "init", Fate::kNeverSeen}),
-    [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(All, ProcessExit,
+                         ::testing::Values("return_alive", "return_dead", "exit_dead", "shutdown_alive",
+                                           "shutdown_dead", "moving_alive", "moving_dead_exit", "asking_alive",
+                                           "asking_dead_exit", "unborn"),
+                         [](const auto& test) { return std::string(test.param); });
 
 }  // namespace
 }  // namespace norvik::test
 
 int main(int argc, char** argv) {
-  const auto role = norvik::test::roles().find(norvik::test::role_of_this_process());
-  if (role != norvik::test::roles().end()) {
-    return role->second();
+  if (const std::string role = norvik::test::role_of_this_process(); !role.empty()) {
+    return norvik::test::play(role);
   }
   ::testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();

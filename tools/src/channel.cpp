@@ -86,6 +86,7 @@ bool find_service_side(const std::vector<Channel>& channels, const std::string& 
 
 Complaint unknown_topic(const std::vector<Channel>& channels, const std::string& topic) {
   std::vector<std::string> names;
+  names.reserve(channels.size());
   for (const Channel& channel : channels) {
     names.push_back(channel.name);
   }

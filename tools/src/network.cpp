@@ -1,6 +1,5 @@
 #include "network.hpp"
 
-#include <stdlib.h>
 #include <fmt/format.h>
 
 #include <chrono>

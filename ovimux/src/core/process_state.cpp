@@ -4,10 +4,12 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #include "core/signal_watcher.hpp"
 #include "ovimux/core/active_wait.hpp"
+#include "ovimux/core/exit_hold.hpp"
 #include "ovimux/dds/dds_node_factory.hpp"
 #include "ovimux/ovimux.hpp"
 
@@ -50,8 +52,10 @@ void on_termination_signal() {
 }
 
 void (*g_exit_handler)() = nullptr;
+std::thread::id g_exiting_thread;  // Set before g_exiting.
 
 void at_exit() {
+  g_exiting_thread = std::this_thread::get_id();
   g_exiting.store(true);
   g_running.store(false);
   g_exit_handler();
@@ -107,6 +111,14 @@ ActiveWait::~ActiveWait() {
     --state().active_waits;
   }
   state().changed.notify_all();
+  hold_while_exiting();
+}
+
+void hold_while_exiting() {
+  constexpr std::chrono::seconds kLongestHold{10};  // For a program that joins its threads at its very end.
+  if (g_exiting.load() && std::this_thread::get_id() != g_exiting_thread) {
+    std::this_thread::sleep_for(kLongestHold);
+  }
 }
 
 bool ActiveWait::sleep_until(std::chrono::steady_clock::time_point deadline) const {

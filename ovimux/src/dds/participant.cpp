@@ -42,10 +42,11 @@ constexpr uint32_t kMaxPeersPerAddress = 62;
 constexpr const char* kLoopback = "127.0.0.1";
 constexpr const char* kDiscoveryMulticast = "239.255.0.1";
 
-void add_peer(DomainParticipantQos& qos, const char* address) {
+// Port 0 stands for the unicast discovery ports of kMaxPeersPerAddress participants.
+void add_peer(DomainParticipantQos& qos, const char* address, uint32_t port) {
   Locator_t locator;
   IPLocator::setIPv4(locator, address);
-  locator.port = 0;
+  locator.port = port;
   qos.wire_protocol().builtin.initialPeersList.push_back(locator);
 }
 
@@ -72,6 +73,12 @@ void add_transports(DomainParticipantQos& qos, bool localhost_only, uint64_t sha
   transports.user_transports.push_back(std::move(udp));
 }
 
+// The port that every DDS implementation listens on for discovery.
+uint32_t discovery_multicast_port(int domain_id) {
+  const eprosima::fastrtps::rtps::PortParameters ports;
+  return ports.getMulticastPort(static_cast<uint32_t>(domain_id));
+}
+
 uint64_t free_shared_memory() {
   struct statvfs info {};
   return statvfs("/dev/shm", &info) == 0 ? static_cast<uint64_t>(info.f_bavail) * info.f_frsize : 0;
@@ -79,7 +86,9 @@ uint64_t free_shared_memory() {
 
 // The shared memory port of a participant, numbered like its UDP port.
 std::string shared_memory_port(int domain_id, int participant_id) {
-  return "/dev/shm/fastrtps_port" + std::to_string(7400 + 250 * domain_id + 10 + 2 * participant_id);
+  const eprosima::fastrtps::rtps::PortParameters ports;
+  return "/dev/shm/fastrtps_port" +
+         std::to_string(ports.getUnicastPort(static_cast<uint32_t>(domain_id), static_cast<uint32_t>(participant_id)));
 }
 
 int parse_domain_id(const char* text) {
@@ -129,9 +138,9 @@ DomainParticipantQos make_participant_qos(const ParticipantSettings& settings, u
   discovery.leaseDuration_announcementperiod = {0, 250000000};
   // After this time a peer that died is forgotten.
   discovery.leaseDuration = {5, 0};
-  add_peer(qos, kLoopback);
+  add_peer(qos, kLoopback, 0);
   if (!settings.localhost_only) {
-    add_peer(qos, kDiscoveryMulticast);
+    add_peer(qos, kDiscoveryMulticast, discovery_multicast_port(settings.domain_id));
   }
   qos.wire_protocol().participant_id = choose_participant_id(
       settings.domain_id, [](const std::string& path) { return access(path.c_str(), F_OK) == 0; });

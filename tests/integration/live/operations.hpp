@@ -3,11 +3,20 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "live/live_robot.hpp"
 
 namespace norvik::test {
+
+using Call = std::function<std::string(sdk::NorvikRobot&)>;
+
+// An operation that answers with a status.
+template <typename Operation>
+Call status_of(Operation operation) {
+  return [operation](sdk::NorvikRobot& robot) { return to_text(operation(robot)); };
+}
 
 // What a call tells its caller and the log.
 struct Told {
@@ -16,49 +25,45 @@ struct Told {
   std::string text;
 };
 Told told(const std::string& answer);
-Told info(const std::string& answer, const std::string& text);
+Told info(const std::string& text);  // with SUCCESS
 Told error(const std::string& answer, const std::string& text);
-
-using Call = std::function<std::string(sdk::NorvikRobot&)>;
 
 struct Attempt {
   Call call;
   Told told;
 };
 
-// What becomes of a request, besides being carried out.
-struct Replies {
-  Told rejected;
-  Told silence;
-};
-
-// A call that waits for the motion. Without `timed_out` it cannot be kept from ending.
-struct Waiting {
-  Call call;
-  Told arrived;
-  std::optional<Told> timed_out;
-};
-
 // One command operation of the facade, and everything that can happen to it.
 struct Operation {
+  Operation(std::string name_, std::string group_, std::string endpoint_, Call call, const Told& told);
+  Operation& refuses(Call call, const std::string& text, const std::string& answer = "INVALID_INPUT");
+  // Looks at the robot's errors before it sends.
+  Operation& looks(const Told& faulty_, const Told& unheard_ = error("COMM_DISCONNECTED", "get error info fail"));
+  // Is a request: a fatal error in the answer, no answer.
+  Operation& asks(const Told& rejected_, const Told& silence_);
+  // Can wait for its motion; without `late` nothing keeps that from ending.
+  Operation& waits(const Call& call, const Told& done, const std::optional<Told>& late = {});
+
+  bool looks_at_errors() const { return unheard.answer != accepted.told.answer; }
+
   std::string name;
   std::string group;     // whose errors concern it
   std::string endpoint;  // topic or service that hears it
   Attempt accepted;
-  std::optional<Attempt> refused;  // none for an operation without arguments
   Told unheard;                    // the robot has never reported its errors
   Told faulty;                     // the group is in fatal error
-  std::optional<Replies> replies;  // of a request
-  std::optional<Waiting> waiting;
-
-  bool looks_at_errors() const { return unheard.answer != accepted.told.answer; }
+  std::optional<Attempt> refused;  // none for an operation without arguments
+  std::optional<Told> rejected;
+  std::optional<Told> silence;
+  std::optional<Attempt> arrived;
+  std::optional<Attempt> timed_out;
 };
 
 // The operations of one robot, in an order in which each leaves the robot fit for the next.
 std::vector<Operation> operations_of(const Setup& setup);
 
 // Calls, and expects answer and log record.
-void expect_told(LiveRobot& live, const Call& call, const Told& told);
+void expect_told(LiveRobot& live, const Attempt& attempt);
 // The same for several calls at once, each on a thread of its own; `meanwhile` runs once they are on their way.
 void expect_told_at_once(LiveRobot& live, const std::vector<std::pair<std::string, Attempt>>& attempts,
                          const std::function<void()>& meanwhile = {});

@@ -1,11 +1,12 @@
 // The built tool against the simulator's process.
-#include <stdio.h>
+
 #include <sys/wait.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <nlohmann/json.hpp>

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "impl/wbc/common_utils.hpp"
+#include "ovimux/core/exit_hold.hpp"
 
 namespace norvik::sdk {
 
@@ -23,9 +24,13 @@ std::chrono::seconds ceil_to_seconds(double timeout_s) {
 
 void sleep_for_seconds(double duration_s) {
   std::this_thread::sleep_for(std::chrono::duration<double>(clamp_to_wait(duration_s)));
+  ovimux::hold_while_exiting();
 }
 
-void sleep_one_pass() { std::this_thread::sleep_for(kPass); }
+void sleep_one_pass() {
+  std::this_thread::sleep_for(kPass);
+  ovimux::hold_while_exiting();
+}
 
 bool is_wait_over(SteadyTime start, double timeout_s) {
   return std::isnan(timeout_s) || CommonUtils::is_timeout(start, timeout_s);
