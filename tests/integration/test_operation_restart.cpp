@@ -51,7 +51,7 @@ TEST_P(Restart, KilledDuringEveryRequest) {
 TEST_P(Restart, KilledDuringMotions) {
   sdk::Trajectory slow;
   slow.joint_groups = {"left_arm"};
-  slow.points = {{2.0, std::vector<sdk::JointCommand>(7, {0.2})}};
+  slow.points = {{3.0, std::vector<sdk::JointCommand>(7, {0.2})}};
   const std::vector<std::pair<std::string, Attempt>> attempts = {
       {"set_joint_positions",
        {[](auto& robot) {
@@ -63,11 +63,18 @@ TEST_P(Restart, KilledDuringMotions) {
         error("TIMEOUT", "execute_joint_trajectory timeout")}},
       {"stop after set_joint_positions", {[](auto&) { return ""; }, error("", "stop head action timeout.")}},
   };
-  expect_told_at_once(live_, attempts, [this] {
-    EXPECT_TRUE(eventually([this] {
-      const auto groups = live_.state()["groups"];
-      return groups["head"]["sampling_finished"] == false && groups["left_arm"]["sampling_finished"] == false;
-    }));
+  // In motion beforehand: reports from before a command must not look like its arrival.
+  ASSERT_EQ(to_text(live_.robot().set_joint_positions({0.8, 0.0}, {"head"}, {}, false, 0.1)), "SUCCESS");
+  ASSERT_EQ(to_text(live_.robot().execute_joint_trajectory(slow, false)), "SUCCESS");
+  using Statuses = std::vector<sdk::TrajectoryControlStatus>;
+  ASSERT_TRUE(eventually([this] {
+    return live_.robot().check_trajectory_execution_status({"head", "left_arm"}) ==
+           Statuses(2, sdk::TrajectoryControlStatus::TRAJECTORY_RUNNING);
+  }));
+  const int before = live_.heard("tavrinox/wbcs/target_server");
+  expect_told_at_once(live_, attempts, [&] {
+    EXPECT_TRUE(eventually([&] { return live_.heard("tavrinox/wbcs/target_server") == before + 2; }));
+    live_.state();  // Answered after them.
     live_.simulator().kill_hard();
   });
   ASSERT_TRUE(live_.restart_simulator());
