@@ -1,9 +1,23 @@
 #!/usr/bin/env bash
-# run_with_simulator.sh PROGRAM [ARGUMENT...]   runs PROGRAM against a simulated K2, and ends with its status
+# run_with_simulator.sh [OPTION...] PROGRAM [ARGUMENT...]
+#
+# Runs PROGRAM against a simulated K2, and ends with its status.
+#   --hand NAME      the hands of the robot, as norvik_simulator has them
+#   --control JSON   a command that the simulator is to carry out first; may be repeated
 set -uo pipefail
 
+options=() commands=()
+while [[ ${1:-} == --* ]]; do
+  case $1 in
+    --hand) options+=(--hand "${2:?--hand needs a name}") ;;
+    --control) commands+=("${2:?--control needs a command}") ;;
+    *) echo "run_with_simulator.sh: unknown option $1" >&2; exit 2 ;;
+  esac
+  shift 2
+done
+
 ready=$(mktemp)
-norvik_simulator --model k2 >"$ready" &
+norvik_simulator --model k2 "${options[@]}" >"$ready" &
 simulator=$!
 trap 'kill "$simulator" 2>/dev/null; wait "$simulator" 2>/dev/null; rm -f "$ready"' EXIT
 
@@ -11,5 +25,8 @@ for _ in $(seq 200); do
   grep -q '^norvik_simulator ready' "$ready" && break
   kill -0 "$simulator" 2>/dev/null || { echo "the simulator ended early" >&2; exit 1; }
   sleep 0.05
+done
+for command in "${commands[@]}"; do
+  norvik_simulator --control "$command" || exit 1
 done
 "$@"

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# From a fresh clone to an arm that moves: installs what is missing, builds, starts a simulated robot, and runs
-# examples/move_arm against it. Ends by itself; exit status 0 only if the arm arrived.
+# From a fresh clone to a robot that moves: installs what is missing, builds, starts a simulated robot, and runs three
+# of the examples against it: an arm moves, the base drives, a gripper closes on an object, and at last the arm refuses
+# a command. Ends by itself; exit status 0 only if arm, base and gripper did what they were told.
 #
 #   ./scripts/demo.sh [--jobs N]
 #
@@ -21,14 +22,15 @@ done
 
 readonly demo_dir=$PWD/build/demo
 readonly log=$demo_dir/demo.log robot_output=$demo_dir/robot.out arm_output=$demo_dir/move_arm.out
-readonly install_dir=$demo_dir/install
+readonly example_output=$demo_dir/example.out install_dir=$demo_dir/install
+readonly examples=(move_arm drive_base pick_with_gripper)
 mkdir -p "$demo_dir"
 : >"$log"
 
-robot= arm= tail=
+robot= arm= example= tail=
 end_processes() {
   local process
-  for process in $arm $robot $tail; do
+  for process in $example $arm $robot $tail; do
     kill "$process" 2>/dev/null
     wait "$process" 2>/dev/null
   done
@@ -69,21 +71,45 @@ wait_for() {
   done
 }
 
+robot_runs() {
+  kill -0 "$robot" 2>/dev/null
+}
+
+# tell_robot COMMAND   has the simulated robot carry out a control command
+tell_robot() {
+  robot_runs || return 1
+  norvik_simulator --control "$1" 2>&1 | tee -a "$log"
+}
+
+# run_example NAME   runs it to its end, shows what it printed, and has its status; fails when the robot is gone
+run_example() {
+  local status
+  robot_runs || return 1
+  say "Running examples/$1"
+  timeout 60 "$demo_dir/examples/$1" >"$example_output" 2>>"$log" &
+  example=$!
+  wait "$example"
+  status=$?
+  example=
+  tee -a "$log" <"$example_output"
+  return "$status"
+}
+
 say "Installing missing Debian packages (about two minutes on a fresh machine)"
 scripts/setup.sh build product simulator tests 2>&1 | tee -a "$log" | grep --line-buffered -E '^(Installing|Setting up|setup.sh)'
 [ "${PIPESTATUS[0]}" -eq 0 ] || die "the packages could not be installed"
 
 say "Building the library and the simulated robot (some minutes the first time)"
 configure_preset release >>"$log" 2>&1 || die "the configuration failed"
-cmake --build build/release -j"$jobs" --target norvik_sdk norvik_simulator 2>&1 | tee -a "$log" | show_progress
+cmake --build build/release -j"$jobs" --target norvik_sdk norvik_simulator norvik 2>&1 | tee -a "$log" | show_progress
 [ "${PIPESTATUS[0]}" -eq 0 ] || die "the build failed"
 
-say "Building the example against the installed package"
+say "Building the examples against the installed package"
 {
   cmake --install build/release --prefix "$install_dir" &&
     cmake -S examples -B "$demo_dir/examples" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$install_dir" &&
-    cmake --build "$demo_dir/examples" -j"$jobs" --target move_arm
-} >>"$log" 2>&1 || die "the example does not build"
+    cmake --build "$demo_dir/examples" -j"$jobs" --target "${examples[@]}"
+} >>"$log" 2>&1 || die "the examples do not build"
 
 OVIMUX_DOMAIN_ID=$(free_domain)
 export OVIMUX_DOMAIN_ID OVIMUX_LOCALHOST_ONLY=1 NORVIK_SDK_SKIP_VERSION_CHECK=1
@@ -103,10 +129,16 @@ arm=$!
 tail -n +1 -f --pid="$arm" "$arm_output" | tee -a "$log" &
 tail=$!
 
+driven=false holds=false
 if wait_for "$arm_output" '^Waiting for a command to be refused' "$arm" 90; then
+  # Meanwhile other programs use the same robot.
+  run_example drive_base && driven=true
+  say "Placing an object of 40 mm between the fingers of the left gripper"
+  tell_robot '{"op":"place_object","group":"left_gripper","width_mm":40}'
+  run_example pick_with_gripper && holds=true
   fault='{"op":"error","group":"left_arm","code":196609,"description":"motor too hot"}'
   say "Injecting a fault: norvik_simulator --control '$fault'"
-  norvik_simulator --control "$fault" 2>&1 | tee -a "$log"
+  tell_robot "$fault"
 fi
 wait "$arm"
 status=$?
@@ -122,5 +154,6 @@ robot=
 
 arrived=false
 grep -q '^The arm arrived' "$arm_output" && arrived=true
-say "Arm arrived: $arrived; move_arm ended with $status, the simulated robot with $robot_status. Log: $log"
-$arrived && [ "$status" -eq 0 ]
+say "Arm arrived: $arrived; base driven: $driven; gripper holds the object: $holds"
+say "move_arm ended with $status, the simulated robot with $robot_status. Log: $log"
+$arrived && $driven && $holds && [ "$status" -eq 0 ]

@@ -128,7 +128,8 @@ class NORVIK_SDK_EXPORT NorvikRobot {
   //   effort        percent, in (0, 100].
   //   blocking      waits until the width is reached, at most the computed time plus 8 s.
   // SUCCESS; INVALID_INPUT, DATA_FETCH_FAILED (not mounted, or no state), INIT_FAILED, COMM_DISCONNECTED, FAULT,
-  // TIMEOUT, STOPPED_UNREACHED.
+  // TIMEOUT, STOPPED_UNREACHED. The robot's answer is waited for as long as the motion is computed to take, rounded up
+  // to seconds: a gripper that already stands at the width is sent the command, but the result is usually TIMEOUT.
   virtual ControlStatus set_gripper_command(const std::string& gripper, double width_m, double velocity_mps = 0.05,
                                             double effort = 30.0, bool blocking = true) = 0;
 

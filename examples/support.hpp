@@ -1,0 +1,99 @@
+// What every example needs: a robot that takes commands, names for its answers, and waiting for what is to happen.
+#pragma once
+
+#include <chrono>
+#include <cmath>
+#include <functional>
+#include <iostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <norvik_sdk/norvik_sdk.hpp>
+
+namespace examples {
+
+using namespace norvik::sdk;
+
+inline const char* name_of(ControlStatus status) {
+  static const char* const kNames[] = {
+      "SUCCESS",           "TIMEOUT",           "FAULT",        "INVALID_INPUT",    "INIT_FAILED", "IN_PROGRESS",
+      "STOPPED_UNREACHED", "DATA_FETCH_FAILED", "PUBLISH_FAIL", "COMM_DISCONNECTED"};
+  const auto index = static_cast<size_t>(status);
+  return index < std::size(kNames) ? kNames[index] : "unknown";
+}
+
+// Looks every 10 ms until the condition holds; false when it does not in time.
+inline bool wait_until(const std::function<bool()>& condition, double timeout_s) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeout_s);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() >= deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return true;
+}
+
+inline void sleep_s(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
+
+// True when there are as many values as wanted, each at most `tolerance` away.
+inline bool is_near(const std::vector<double>& values, const std::vector<double>& wanted, double tolerance) {
+  bool near = values.size() == wanted.size();
+  for (size_t i = 0; near && i < values.size(); ++i) {
+    near = std::abs(values[i] - wanted[i]) <= tolerance;
+  }
+  return near;
+}
+
+// The robot reports its state and takes commands. The head is told to stay where it is.
+inline bool takes_commands(NorvikRobot& robot) {
+  std::vector<JointCommand> stay;
+  for (const double position : robot.get_joint_positions({"head"})) {
+    stay.push_back({position});
+  }
+  return !stay.empty() && robot.get_odom() &&
+         robot.set_joint_commands(stay, {"head"}) != ControlStatus::COMM_DISCONNECTED;
+}
+
+// init() joins the robot's network and waits for the robot, up to 40 s; the first messages take a moment more.
+inline bool connect(NorvikRobot& robot) {
+  const bool connected = robot.init() && wait_until([&] { return takes_commands(robot); }, 5.0);
+  if (!connected) {
+    std::cerr << "No robot found. Is it on, and in the same network and DDS domain?\n";
+  }
+  return connected;
+}
+
+// The last `count` lines of a text.
+inline std::string last_lines(const std::string& text, int count) {
+  size_t start = text.size();
+  while (count-- > 0 && start != std::string::npos && start > 0) {
+    start = text.rfind('\n', start - 1);
+  }
+  return start == std::string::npos ? text : text.substr(start + 1);
+}
+
+// Prints what came of a call; true for SUCCESS. Every failure leaves its reason in the library's log.
+inline bool report(NorvikRobot& robot, const std::string& what, ControlStatus status) {
+  std::cout << what << ": " << name_of(status) << std::endl;
+  if (status == ControlStatus::SUCCESS) {
+    return true;
+  }
+  const auto log = robot.get_log_information(60, LogLevel::error);
+  if (log && !log->content.empty()) {
+    std::cout << "  reason: " << last_lines(log->content, 3) << std::endl;
+  }
+  return false;
+}
+
+// Runs an example on the K2: connects, lets it work, says how it ended. The result is the program's exit status.
+inline int run(const std::function<bool(NorvikRobot&)>& example) {
+  auto& robot = NorvikRobot::get_instance(MachineType::K2);
+  const bool good = connect(robot) && example(robot);
+  std::cout << (good ? "Done." : "Failed.") << std::endl;
+  robot.destroy();  // The last call of a program.
+  return good ? 0 : 1;
+}
+
+}  // namespace examples
