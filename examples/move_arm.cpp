@@ -28,24 +28,24 @@ void print_joints(NorvikRobot& robot, const std::string& title) {
 }
 
 // Commands the position where the arm is, until the robot refuses. What else may go wrong meanwhile, such as a robot
-// that is switched off and on again, is told and does not end the program.
+// that is switched off and on again, is told and does not end the program; Ctrl-C does.
 bool wait_for_refusal(NorvikRobot& robot) {
   std::cout << "Waiting for a command to be refused..." << std::endl;
   ControlStatus last = ControlStatus::SUCCESS;
-  const auto is_refused = [&] {
+  const auto is_over = [&] {
+    examples::sleep_s(0.2);
     const ControlStatus status = robot.set_joint_positions(kTarget, kLeftArm, {}, true, 0.5, 5.0);
     if (status != last) {
       examples::report(robot, "Command", status);
     }
     last = status;
-    examples::sleep_s(status == ControlStatus::FAULT ? 0.0 : 0.2);
-    return status == ControlStatus::FAULT;
+    return status == ControlStatus::FAULT || !robot.is_running();
   };
-  const bool refused = examples::wait_until(is_refused, kPatience);
-  if (!refused) {
+  examples::wait_until(is_over, kPatience);
+  if (last != ControlStatus::FAULT) {
     std::cout << "No command was refused." << std::endl;
   }
-  return refused;
+  return last == ControlStatus::FAULT;
 }
 
 }  // namespace
