@@ -63,12 +63,13 @@ TEST_P(ControllerManagerOf, EveryRouteSwitchesOnceAndIsRemembered) {
 TEST_P(ControllerManagerOf, GroupOperationsSendTheirOption) {
   const struct {
     const char* name;
-    ControlStatus (FakeRobot::*call)(const std::string&);
+    ControlStatus (sdk::WbcBase::*call)(const std::string&);
     int option;
-  } operations[] = {{"reload_controller", &FakeRobot::reload_controller, 8},
-                    {"start_controller", &FakeRobot::start_controller, 7},
-                    {"stop_controller", &FakeRobot::stop_controller, 6},
-                    {"release_controller", &FakeRobot::release_controller, 5}};
+  } operations[] = {{"reload_controller", &sdk::WbcBase::reload_controller, 8},
+                    {"start_controller", &sdk::WbcBase::start_controller, 7},
+                    {"stop_controller", &sdk::WbcBase::stop_controller, 6},
+                    {"release_controller", &sdk::WbcBase::release_controller, 5}};
+  sdk::WbcBase& commands = robot_;
   for (const auto& operation : operations) {
     for (const std::string group : {"head", "all"}) {
       SCOPED_TRACE(operation.name + (" " + group));
@@ -76,20 +77,20 @@ TEST_P(ControllerManagerOf, GroupOperationsSendTheirOption) {
       robot_.controller_client->reply = [](const auto&) { return make_error("leg", kFatal); };
       // Of another group than the one asked for; R5 has no leg at all, so "all" does not look at it either.
       const bool concerned = group == "all" && GetParam().type == MachineType::K2;
-      EXPECT_EQ((robot_.*operation.call)(group), concerned ? ControlStatus::FAULT : ControlStatus::SUCCESS);
+      EXPECT_EQ((commands.*operation.call)(group), concerned ? ControlStatus::FAULT : ControlStatus::SUCCESS);
       EXPECT_TRUE(concerned ? log_.has("error", name + " fault") : log_.has("info", name + " success"));
       ASSERT_EQ(last_request().ctrl_config_map().count(group), 1U);
       EXPECT_EQ(last_request().ctrl_config_map().at(group).ctrl_option(), operation.option);
 
       robot_.controller_client->reply = [](const auto&) { return make_error("head", kFatal); };
-      EXPECT_EQ((robot_.*operation.call)(group), ControlStatus::FAULT);
+      EXPECT_EQ((commands.*operation.call)(group), ControlStatus::FAULT);
       robot_.controller_client->reply = [](const auto&) { return nullptr; };
-      EXPECT_EQ((robot_.*operation.call)(group), ControlStatus::TIMEOUT);
+      EXPECT_EQ((commands.*operation.call)(group), ControlStatus::TIMEOUT);
       EXPECT_TRUE(log_.has("error", name + " timeout"));
       log_.clear();
     }
     const size_t requests = robot_.controller_client->calls().size();
-    EXPECT_EQ((robot_.*operation.call)("tail"), ControlStatus::INVALID_INPUT);
+    EXPECT_EQ((commands.*operation.call)("tail"), ControlStatus::INVALID_INPUT);
     EXPECT_TRUE(log_.has("error", std::string(operation.name) + " invalid input, group_name: tail"));
     EXPECT_EQ(robot_.controller_client->calls().size(), requests);
   }
