@@ -46,14 +46,12 @@ inline bool is_near(const std::vector<double>& values, const std::vector<double>
   return near;
 }
 
-// The robot reports its state and takes commands. The head is told to stay where it is.
+// The robot reports its state, which commands are judged by. Asks with a motion without speed: it is refused only after
+// that look at the robot's state, and nothing is sent.
 inline bool takes_commands(NorvikRobot& robot) {
-  std::vector<JointCommand> stay;
-  for (const double position : robot.get_joint_positions({"head"})) {
-    stay.push_back({position});
-  }
-  return !stay.empty() && robot.get_odom() &&
-         robot.set_joint_commands(stay, {"head"}) != ControlStatus::COMM_DISCONNECTED;
+  const auto head = robot.get_joint_positions({"head"});
+  return !head.empty() && robot.get_odom() &&
+         robot.set_joint_positions(head, {"head"}, {}, false, 0.0) == ControlStatus::INVALID_INPUT;
 }
 
 // init() joins the robot's network and waits for the robot, up to 40 s; the first messages take a moment more.

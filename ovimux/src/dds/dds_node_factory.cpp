@@ -90,19 +90,15 @@ bool DDSNodeFactory::Entities::open() {
   return publisher != nullptr && subscriber != nullptr;
 }
 
-// Makes and deletes one writer and one reader, so that the statics which Fast DDS makes with its first endpoints exist
-// before the exit handler is registered and are destroyed after it has run.
+// Makes one writer and one reader, so that the statics which Fast DDS makes with its first endpoints exist before the
+// exit handler is registered and are destroyed after it has run. The two stay until the end: an endpoint that goes while
+// a peer is being discovered leaves a gap in what the peer is told, and a gap is only closed with the next heartbeat of
+// discovery, up to a second later. Until then the peer would not see the endpoints that came after it.
 void DDSNodeFactory::Entities::warm_up() {
   const EndpointPolicy policy = DDSTools::PolicyOf(Qos{});
   const std::string name = "ovimux/warm_up/" + std::to_string(GlobalData::Instance()->process_id());
-  auto* writer = create_writer(name, nullptr, policy);
-  auto* reader = create_reader(name, nullptr, policy);
-  if (reader != nullptr) {
-    delete_reader(reader);
-  }
-  if (writer != nullptr) {
-    delete_writer(writer, topics[name].topic);
-  }
+  create_writer(name, nullptr, policy);
+  create_reader(name, nullptr, policy);
 }
 
 void DDSNodeFactory::Entities::close() {
