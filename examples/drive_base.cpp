@@ -8,7 +8,6 @@ namespace {
 
 constexpr double kSpeed = 0.3;       // m/s
 constexpr double kDuration = 2.0;    // seconds
-constexpr double kRepeat = 0.1;      // seconds
 constexpr double kTolerance = 0.25;  // share of the way: the base speeds up, brakes, and hears commands late
 
 void print_odometry(const std::string& title, const OdomData& odom) {
@@ -16,25 +15,14 @@ void print_odometry(const std::string& title, const OdomData& odom) {
             << odom.linear_velocity[0] << " m/s" << std::endl;
 }
 
-// Repeats the velocity like a joystick does: what is not renewed within a second need not be kept up by the robot.
-bool keep_driving(NorvikRobot& robot) {
-  ControlStatus status = ControlStatus::SUCCESS;
-  examples::wait_until(
-      [&] {
-        status = robot.set_base_velocity({kSpeed, 0.0, 0.0}, {0.0, 0.0, 0.0});
-        examples::sleep_s(kRepeat);
-        return status != ControlStatus::SUCCESS;
-      },
-      kDuration);
-  return examples::report(robot, "Drive", status);
-}
-
 bool drive(NorvikRobot& robot) {
   const auto before = robot.get_odom();
   print_odometry("Before", *before);
 
   const auto start = std::chrono::steady_clock::now();
-  const bool driven = keep_driving(robot);
+  // The base keeps this velocity until it is told something else.
+  const bool driven = examples::report(robot, "Drive", robot.set_base_velocity({kSpeed, 0.0, 0.0}, {0.0, 0.0, 0.0}));
+  examples::sleep_s(kDuration);
   const bool stopped = examples::report(robot, "Stop", robot.stop_base());
   const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
 

@@ -53,13 +53,13 @@ void Chassis::go_to(const Motion& motion) {
   progress_ = follower_.progress();
 }
 
-void Chassis::hold_twist(const PlanarTwist& twist, double hold_s, const Motion& target) {
+void Chassis::keep_twist(const PlanarTwist& twist, double time_s, const Motion& target) {
   by_twist_ = true;
   wanted_ = {std::clamp(twist.vx, -kMaxSpeed, kMaxSpeed), std::clamp(twist.vy, -kMaxSpeed, kMaxSpeed),
              std::clamp(twist.wz, -kMaxTurn, kMaxTurn)};
-  hold_left_ = hold_total_ = hold_s;
+  time_left_ = time_total_ = time_s;
   progress_ = {};
-  progress_.sampling_finished = progress_.target_finished = hold_s <= 0.0;
+  progress_.sampling_finished = progress_.target_finished = time_s <= 0.0;
   progress_.target_id = target.target_id;
   progress_.target_sec = target.target_sec;
   progress_.target_nanosec = target.target_nanosec;
@@ -67,7 +67,7 @@ void Chassis::hold_twist(const PlanarTwist& twist, double hold_s, const Motion& 
 
 void Chassis::stop() {
   wanted_ = {};
-  hold_left_ = 0.0;
+  time_left_ = 0.0;
   follower_.place({pose_.x, pose_.y, pose_.yaw});
 }
 
@@ -81,16 +81,15 @@ void Chassis::step(double dt) {
 }
 
 void Chassis::step_twist(double dt) {
-  const PlanarTwist wanted = hold_left_ > 0.0 ? wanted_ : PlanarTwist{};
-  hold_left_ = std::max(0.0, hold_left_ - dt);
-  twist_ = {slew(twist_.vx, wanted.vx, kMaxAcceleration * dt), slew(twist_.vy, wanted.vy, kMaxAcceleration * dt),
-            slew(twist_.wz, wanted.wz, kMaxTurnAcceleration * dt)};
+  time_left_ = std::max(0.0, time_left_ - dt);
+  twist_ = {slew(twist_.vx, wanted_.vx, kMaxAcceleration * dt), slew(twist_.vy, wanted_.vy, kMaxAcceleration * dt),
+            slew(twist_.wz, wanted_.wz, kMaxTurnAcceleration * dt)};
   const double middle_yaw = pose_.yaw + twist_.wz * dt / 2.0;
   pose_.x += (twist_.vx * std::cos(middle_yaw) - twist_.vy * std::sin(middle_yaw)) * dt;
   pose_.y += (twist_.vx * std::sin(middle_yaw) + twist_.vy * std::cos(middle_yaw)) * dt;
   pose_.yaw += twist_.wz * dt;
-  progress_.sampling_finished = progress_.target_finished = hold_left_ <= 0.0;
-  progress_.percent = hold_total_ > 0.0 ? 100.0 * (1.0 - hold_left_ / hold_total_) : 100.0;
+  progress_.sampling_finished = progress_.target_finished = time_left_ <= 0.0;
+  progress_.percent = time_total_ > 0.0 ? 100.0 * (1.0 - time_left_ / time_total_) : 100.0;
 }
 
 void Chassis::step_pose(double dt) {

@@ -18,8 +18,8 @@ class Chassis {
 
   bool has_room_for(const Motion& motion) const { return follower_.has_room_for(motion); }
   void go_to(const Motion& motion);
-  // After `hold_s` the base brakes.
-  void hold_twist(const PlanarTwist& twist, double hold_s, const Motion& target);
+  // Keeps the twist until it is told something else. The target counts as finished after `time_s`.
+  void keep_twist(const PlanarTwist& twist, double time_s, const Motion& target);
   void stop();
   void step(double dt);
 
@@ -41,8 +41,8 @@ class Chassis {
   GroupFollower follower_;  // Of x, y and yaw.
   bool by_twist_ = false;
   PlanarTwist wanted_;
-  double hold_left_ = 0.0;
-  double hold_total_ = 0.0;
+  double time_left_ = 0.0;
+  double time_total_ = 0.0;
   std::vector<JointMotion> wheels_;
   bool steered_;
   MotionProgress progress_;

@@ -212,10 +212,10 @@ std::string read_chassis_poses(const PlanarPose& from, const proto::TargetTaskTr
   return refusal;
 }
 
-std::string read_chassis_twist(const proto::TargetTaskTrajectory& target, PlanarTwist& twist, double& hold_s) {
+std::string read_chassis_twist(const proto::TargetTaskTrajectory& target, PlanarTwist& twist, double& time_s) {
   if (target.task_commands().empty()) {
     twist = {};
-    hold_s = 0.0;
+    time_s = 0.0;
     return "";
   }
   const spatial_proto::FrameTriad* triad = single_triad(target.task_commands(0));
@@ -228,7 +228,7 @@ std::string read_chassis_twist(const proto::TargetTaskTrajectory& target, Planar
   }
   const auto& wanted = triad->twist_msg().twist();
   twist = {wanted.linear().x(), wanted.linear().y(), wanted.angular().z()};
-  hold_s = *seconds;
+  time_s = *seconds;
   return all_usable({twist.vx, twist.vy, twist.wz}) ? "" : "has a twist that is not finite or too large";
 }
 

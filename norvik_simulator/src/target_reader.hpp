@@ -31,7 +31,7 @@ struct PlanarTwist {
 // `from` is where the base is: poses relative to it start there, and its yaw decides which way round to turn.
 std::string read_chassis_poses(const PlanarPose& from, const tavrinox_proto::TargetTaskTrajectory& target,
                                Motion& motion);
-std::string read_chassis_twist(const tavrinox_proto::TargetTaskTrajectory& target, PlanarTwist& twist, double& hold_s);
+std::string read_chassis_twist(const tavrinox_proto::TargetTaskTrajectory& target, PlanarTwist& twist, double& time_s);
 
 // A pose that a frame of the robot is to take.
 struct FrameTarget {

@@ -148,13 +148,13 @@ std::string World::plan_chassis_twist(const TaskTarget& target, std::vector<Acti
   }
   Motion identity;
   PlanarTwist twist;
-  double hold_s = 0.0;
+  double time_s = 0.0;
   std::string reason = read_target_config(target.target_config(), identity);
   if (reason.empty()) {
-    reason = read_chassis_twist(target, twist, hold_s);
+    reason = read_chassis_twist(target, twist, time_s);
   }
   if (reason.empty()) {
-    actions.push_back([this, twist, hold_s, identity] { chassis_.hold_twist(twist, hold_s, identity); });
+    actions.push_back([this, twist, time_s, identity] { chassis_.keep_twist(twist, time_s, identity); });
   }
   return reason;
 }
