@@ -23,6 +23,7 @@ const std::vector<Suite>& suites() {
       {"round_trip", round_trip_rows},
       {"command_cost", command_cost_rows},
       {"joint_states", joint_state_rows},
+      {"trajectory", [](double /*scale*/) { return trajectory_rows(); }},
       {"stream", stream_rows},
       {"start", [](double /*scale*/) { return start_rows(); }},
       {"memory", [](double /*scale*/) { return memory_rows(); }},

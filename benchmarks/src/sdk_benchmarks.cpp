@@ -38,7 +38,10 @@ std::string simulator_path() {
 // A simulated K2 that is ready to serve.
 class Simulator {
  public:
-  Simulator() : process_({simulator_path(), "--model", "k2"}) { process_.read_after("norvik_simulator ready"); }
+  explicit Simulator(int rate_hz = 100)
+      : process_({simulator_path(), "--model", "k2", "--rate", std::to_string(rate_hz)}) {
+    process_.read_after("norvik_simulator ready");
+  }
 
  private:
   ChildProcess process_;
@@ -210,6 +213,37 @@ int joint_state_cost(int count) {
   return 0;
 }
 
+sdk::Trajectory long_trajectory(int points) {
+  sdk::Trajectory trajectory;
+  trajectory.joint_groups = arm_groups();
+  for (int i = 1; i <= points; ++i) {
+    trajectory.points.push_back({0.01 * i, std::vector<JointCommand>(14)});
+  }
+  return trajectory;
+}
+
+// Builds and sends one trajectory again and again: the time of a call, and by how much the process grew.
+int trajectory_cost(int points, int count) {
+  auto* robot = start_robot();
+  if (robot == nullptr || !wait_until_commandable(*robot, std::vector<JointCommand>(14), arm_groups())) {
+    return 1;
+  }
+  const auto trajectory = long_trajectory(points);
+  const double before_mb = resident_megabytes();
+  std::vector<double> times_ms;
+  bool all_taken = true;
+  for (int i = 0; i < count; ++i) {
+    auto sent = trajectory;
+    const int64_t start = now_ns();
+    all_taken = robot->execute_joint_trajectory(std::move(sent), false) == ControlStatus::SUCCESS && all_taken;
+    times_ms.push_back(static_cast<double>(now_ns() - start) / 1e6);
+  }
+  report(std::to_string(percentile(times_ms, 0.5)) + " " + std::to_string(resident_megabytes() - before_mb) + " " +
+         std::to_string(all_taken ? 1 : 0));
+  wait_for_parent();
+  return 0;
+}
+
 struct Endpoint {
   const char* topic;
   bool large;
@@ -358,10 +392,27 @@ std::vector<Row> stream_rows(double scale) {
 }
 
 std::vector<Row> joint_state_rows(double scale) {
+  std::vector<Row> rows;
+  for (const int rate_hz : {100, 1000}) {
+    const Simulator simulator(rate_hz);
+    const auto figures = run_role({"joint_state_cost", std::to_string(scaled_count(scale, 2000))});
+    const std::string note =
+        std::to_string(static_cast<int>(figures.at(2))) + " joints, reports at " + std::to_string(rate_hz) + " Hz";
+    rows.push_back({"get_joint_states of all joints, p50", "us", figures.at(0), figures.at(1), 3.0, false, note});
+  }
+  return rows;
+}
+
+// The baseline is ten times the time of a trajectory with a tenth of the points: what grows with the square of the
+// points takes ten times as long as that.
+std::vector<Row> trajectory_rows() {
   const Simulator simulator;
-  const auto figures = run_role({"joint_state_cost", std::to_string(scaled_count(scale, 2000))});
-  const std::string note = std::to_string(static_cast<int>(figures.at(2))) + " joints";
-  return {{"get_joint_states of all joints, p50", "us", figures.at(0), figures.at(1), 3.0, false, note}};
+  const auto tenth = run_role({"trajectory_cost", "1000", "20"});
+  const auto whole = run_role({"trajectory_cost", "10000", "5"});
+  const bool all_taken = tenth.at(2) == 1.0 && whole.at(2) == 1.0;
+  return {{"execute_joint_trajectory, 10000 points of 14 joints", "ms", 10.0 * tenth.at(0), whole.at(0), 3.0, false,
+           all_taken ? "baseline: ten times 1000 points" : "NOT ACCEPTED"},
+          {"the same, growth of the process", "MB", 0.0, whole.at(1), 100.0, false, ""}};
 }
 
 std::vector<Row> memory_rows() {
@@ -380,6 +431,7 @@ int run_sdk_role(const std::vector<std::string>& arguments) {
       {"stream_commands", [&] { return stream_commands(number(1), number(2)); }},
       {"count_commands", [] { return count_commands(); }},
       {"joint_state_cost", [&] { return joint_state_cost(number(1)); }},
+      {"trajectory_cost", [&] { return trajectory_cost(number(1), number(2)); }},
       {"start_sdk", [] { return start_sdk(); }},
       {"start_raw", [] { return start_raw(); }},
   };

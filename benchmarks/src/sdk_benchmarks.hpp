@@ -11,6 +11,7 @@ namespace norvik::benchmarks {
 std::vector<Row> command_cost_rows(double scale);
 std::vector<Row> stream_rows(double scale);
 std::vector<Row> joint_state_rows(double scale);
+std::vector<Row> trajectory_rows();
 std::vector<Row> memory_rows();
 std::vector<Row> start_rows();
 
