@@ -44,6 +44,8 @@ void require(bool good, const std::string& error) {
   }
 }
 
+bool is_short(std::chrono::milliseconds delay) { return delay.count() >= 0 && delay < std::chrono::hours(1); }
+
 json set_error(Environment& environment, const json& command) {
   const auto group = command.at("group").get<std::string>();
   const auto code = command.at("code").get<int32_t>();
@@ -64,17 +66,40 @@ json set_reply_fault(Environment& environment, const json& command) {
   planned.fault = find_fault(kFaults, command.at("fault").get<std::string>());
   planned.count = command.value("count", int64_t{1});
   planned.delay = std::chrono::milliseconds(command.value("delay_ms", int64_t{0}));
-  require(planned.delay.count() >= 0 && planned.delay < std::chrono::hours(1), "delay_ms is not within an hour");
+  require(is_short(planned.delay), "delay_ms is not within an hour");
   environment.faults.set_reply_fault(service, planned);
   return {};
 }
 
 json set_topic_fault(Environment& environment, const json& command) {
   static const std::map<std::string, TopicFault> kFaults = {
-      {"none", TopicFault::kNone}, {"silent", TopicFault::kSilent}, {"malformed", TopicFault::kMalformed}};
+      {"none", TopicFault::kNone},           {"silent", TopicFault::kSilent}, {"malformed", TopicFault::kMalformed},
+      {"drop", TopicFault::kDrop},           {"delay", TopicFault::kDelay},   {"corrupt", TopicFault::kCorrupt},
+      {"wrong_size", TopicFault::kWrongSize}};
   const auto topic = command.at("topic").get<std::string>();
   require(is_endpoint(topic, Direction::kPublishes), "unknown topic: " + topic);
-  environment.faults.set_topic_fault(topic, find_fault(kFaults, command.at("fault").get<std::string>()));
+  PlannedTopicFault planned;
+  planned.fault = find_fault(kFaults, command.at("fault").get<std::string>());
+  planned.share = command.value("share", 1.0);
+  require(planned.share >= 0.0 && planned.share <= 1.0, "share is not within 0 and 1");
+  planned.delay = std::chrono::milliseconds(command.value("delay_ms", int64_t{0}));
+  require(is_short(planned.delay), "delay_ms is not within an hour");
+  environment.faults.set_topic_fault(topic, planned);
+  return {};
+}
+
+json set_clock(Environment& environment, const json& command) {
+  const std::chrono::milliseconds skew(command.at("skew_ms").get<int64_t>());
+  require(skew < std::chrono::hours(24) && skew > -std::chrono::hours(24), "skew_ms is more than a day");
+  environment.faults.set_clock_skew(skew);
+  return {};
+}
+
+json set_infrared(Environment& environment, const json& command) {
+  const auto side = command.at("side").get<std::string>();
+  require(side == "left" || side == "right", "side is neither left nor right: " + side);
+  auto& mode = side == "left" ? environment.infrared.left : environment.infrared.right;
+  mode = command.at("enabled").get<bool>();
   return {};
 }
 
@@ -144,6 +169,8 @@ json describe(Environment& environment, const json& /*command*/) {
       {"errors", errors},
       {"controllers", state.controllers},
       {"emergency_stop", state.emergency_stop},
+      {"volume", environment.speaker.volume()},
+      {"speaker", environment.speaker.streams()},
       {"counters", environment.faults.counters()}};
 }
 
@@ -153,6 +180,8 @@ const std::map<std::string, Operation>& operations() {
       {"error", set_error},
       {"reply", set_reply_fault},
       {"topic", set_topic_fault},
+      {"clock", set_clock},
+      {"infrared", set_infrared},
       {"freeze", freeze},
       {"set_positions", set_positions},
       {"place_object", place_object},

@@ -2,6 +2,8 @@
 
 #include "delay_queue.hpp"
 #include "ovimux/node.hpp"
+#include "sensor_settings.hpp"
+#include "speaker.hpp"
 #include "wire_faults.hpp"
 #include "world.hpp"
 
@@ -13,6 +15,9 @@ struct Environment {
   WireFaults& faults;
   DelayQueue& delays;
   ovimux::Node& node;
+  const SensorSettings& sensors;
+  InfraredMode& infrared;
+  Speaker& speaker;
 };
 
 }  // namespace norvik::simulator

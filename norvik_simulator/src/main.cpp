@@ -62,7 +62,8 @@ int simulate(const Options& options) {
   }
   const std::string name = robot->name;
   {
-    Simulator simulator(options.robot.model, std::move(*robot), std::move(*kinematics), std::move(faults));
+    Simulator simulator(options.robot.model, std::move(*robot), std::move(*kinematics), std::move(faults),
+                        options.sensors);
     std::cout << "norvik_simulator ready: " << name << ", hardware version " << options.robot.hardware_version << ", "
               << options.rate << " Hz, process " << ::getpid() << std::endl;
     simulator.run(options.rate);

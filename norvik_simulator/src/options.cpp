@@ -1,5 +1,6 @@
 #include "options.hpp"
 
+#include <cstdio>
 #include <CLI/CLI.hpp>
 
 namespace norvik::simulator {
@@ -19,6 +20,35 @@ Examples:
   norvik_simulator --control '{"op":"error","group":"left_arm","code":196609,"description":"overheated"}'
   norvik_simulator --control '{"op":"state"}')";
 
+// "640x480"
+std::string read_picture_size(const std::string& text, SensorSettings& sensors) {
+  int width = 0;
+  int height = 0;
+  char rest = 0;
+  const bool good = std::sscanf(text.c_str(), "%dx%d%c", &width, &height, &rest) == 2;
+  if (!good || width < 128 || width > 1920 || height < 96 || height > 1080) {
+    return "is no size from 128x96 to 1920x1080: " + text;
+  }
+  sensors.picture_width = width;
+  sensors.picture_height = height;
+  return "";
+}
+
+void declare_sensor_options(CLI::App& app, SensorSettings& sensors) {
+  app.add_option_function<std::string>(
+         "--camera-size", [](const std::string&) {}, "Pixels of all cameras [640x480]")
+      ->check([&sensors](const std::string& text) { return read_picture_size(text, sensors); });
+  app.add_option("--camera-rate", sensors.camera_hertz, "Pictures per second")
+      ->check(CLI::Range(0.1, 60.0))
+      ->capture_default_str();
+  app.add_option("--lidar-rate", sensors.lidar_hertz, "Scans per second")
+      ->check(CLI::Range(0.1, 60.0))
+      ->capture_default_str();
+  app.add_flag("--infrared", sensors.infrared, "The arm cameras start in infrared mode");
+  app.add_option("--speaker-folder", sensors.speaker_folder, "Write what the speaker plays there, a WAV file a stream")
+      ->check(CLI::ExistingDirectory);
+}
+
 void declare_options(CLI::App& app, Options& options) {
   app.add_option("--model", options.robot.model, "Robot model")
       ->check(CLI::IsMember(supported_models()))
@@ -32,6 +62,7 @@ void declare_options(CLI::App& app, Options& options) {
   app.add_option("--rate", options.rate, "Steps and reports per second")
       ->check(CLI::Range(1.0, 2000.0))
       ->capture_default_str();
+  declare_sensor_options(app, options.sensors);
   app.add_option("--faults", options.faults_file, "JSON list of control commands, each with an optional \"at_s\"");
   app.add_option("--control", options.control, "Send one control command to the running simulator, print its answer");
   app.add_flag("--list", options.list, "Print every topic and service of the model, one a line");

@@ -4,12 +4,14 @@
 #include <string>
 
 #include "robot_model.hpp"
+#include "sensor_settings.hpp"
 
 namespace norvik::simulator {
 
 struct Options {
   RobotOptions robot;
   double rate = 100.0;
+  SensorSettings sensors;
   std::string faults_file;
   std::optional<std::string> control;  // A command for a running simulator: send it, print the answer, end.
   bool list = false;

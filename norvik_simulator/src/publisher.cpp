@@ -5,18 +5,42 @@ namespace norvik::simulator {
 PublisherCore::PublisherCore(Environment& environment, std::string topic, const ovimux::Qos& qos)
     : environment_(environment), topic_(std::move(topic)), qos_(qos) {}
 
-bool PublisherCore::pass() {
-  const TopicFault fault = environment_.faults.topic_fault(topic_);
-  if (fault == TopicFault::kMalformed) {
-    if (!garbage_writer_) {
-      garbage_writer_ = environment_.node.CreateWriter(topic_, qos_, false);
-    }
-    if (garbage_writer_) {
-      // A field of a type that does not exist, and a length far behind the end.
-      garbage_writer_->Publish(std::string("\x0f\xff\xff\xff\xff\x7fgarbage"));
-    }
+void PublisherCore::send(const PlannedTopicFault& fault, std::function<void()> publish) {
+  switch (fault.fault) {
+    case TopicFault::kSilent:
+    case TopicFault::kDrop:
+      break;
+    case TopicFault::kMalformed:
+      send_garbage();
+      break;
+    case TopicFault::kDelay:
+      environment_.delays.run_after(fault.delay, std::move(publish));
+      break;
+    default:
+      publish();
+      break;
   }
-  return fault == TopicFault::kNone;
+}
+
+// A field of a type that does not exist, and a length far behind the end.
+void PublisherCore::send_garbage() {
+  if (!garbage_writer_) {
+    garbage_writer_ = environment_.node.CreateWriter(topic_, qos_, false);
+  }
+  if (garbage_writer_) {
+    garbage_writer_->Publish(std::string("\x0f\xff\xff\xff\xff\x7fgarbage"));
+  }
+}
+
+void TextPublisher::publish(const std::string& text) {
+  if (!writer_) {
+    return;
+  }
+  const PlannedTopicFault fault = core_.take_fault();
+  std::string sent = fault.fault == TopicFault::kCorrupt     ? corrupt(text)
+                     : fault.fault == TopicFault::kWrongSize ? retype(text)
+                                                             : text;
+  core_.send(fault, [writer = writer_, sent = std::move(sent)] { writer->Publish(sent); });
 }
 
 }  // namespace norvik::simulator

@@ -1,5 +1,6 @@
 #include "control_commands.hpp"
 #include "service.hpp"
+#include "services/sensor_tables.hpp"
 #include "services/services.hpp"
 
 namespace norvik::simulator {
@@ -28,6 +29,36 @@ std::vector<EndpointInfo> hand_endpoints() {
   }
   return endpoints;
 }
+
+std::vector<EndpointInfo> camera_endpoints(bool only_k2) {
+  std::vector<EndpointInfo> endpoints;
+  for (const CameraRow& row : camera_table()) {
+    if (row.only_k2 == only_k2) {
+      endpoints.push_back({kOut, row.image_topic(), "norvik.sensor_proto.CompressedImage"});
+      endpoints.push_back({kOut, row.info_topic(), "norvik.sensor_proto.CameraInfo"});
+    }
+  }
+  return endpoints;
+}
+
+std::vector<EndpointInfo> sensor_endpoints(const std::vector<SensorRow>& table, const std::string& robot,
+                                           const std::string& type) {
+  std::vector<EndpointInfo> endpoints;
+  for (const SensorRow& row : table) {
+    if (row.model == robot) {
+      endpoints.push_back({kOut, row.topic, type});
+    }
+  }
+  return endpoints;
+}
+
+ServiceEntry sensor_entry(const char* name, const char* model, const char* robot, const std::vector<SensorRow>& table,
+                          const char* type, std::unique_ptr<Service> (*make)(Environment&)) {
+  return {name, {model}, sensor_endpoints(table, robot, type), make};
+}
+
+constexpr const char* kCloud = "norvik.sensor_proto.PointCloud2";
+constexpr const char* kImu = "norvik.sensor_proto.ImuSensor";
 
 }  // namespace
 
@@ -58,6 +89,22 @@ const std::vector<ServiceEntry>& service_table() {
        {{kOut, kOnboardConfigTopic, "norvik.system_proto.mission_manager_proto.OnboardConfig"}},
        make_onboard_config_service},
       {"battery", {}, {{kOut, kBatteryTopic, "json"}}, make_battery_service},
+      {"camera_parameters",
+       {},
+       {{kOut, kLeftCameraParameterTopic, "norvik.core_proto.StringValue"},
+        {kOut, kRightCameraParameterTopic, "norvik.core_proto.StringValue"}},
+       make_camera_parameter_service},
+      {"cameras", {}, camera_endpoints(false), make_camera_service},
+      {"surround_cameras", {"k2"}, camera_endpoints(true), make_surround_camera_service},
+      sensor_entry("lidars", "k2", "K2", lidar_table(), kCloud, make_lidar_service),
+      sensor_entry("lidars", "r5", "R5", lidar_table(), kCloud, make_lidar_service),
+      sensor_entry("imus", "k2", "K2", imu_table(), kImu, make_imu_service),
+      sensor_entry("imus", "r5", "R5", imu_table(), kImu, make_imu_service),
+      {"ultrasonic", {}, {{kOut, kUltrasonicTopic, "json"}}, make_ultrasonic_service},
+      {"audio",
+       {"k2"},
+       {{kOut, kMicrophoneTopic, "norvik.sensor_proto.Audio"}, {kIn, kSpeakerTopic, "norvik.sensor_proto.Audio"}},
+       make_audio_service},
       {"hands", {"k2"}, hand_endpoints(), make_hand_service},
       {"control", {}, {{kService, kControlService, "json json"}}, make_control_service},
   };

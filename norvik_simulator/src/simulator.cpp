@@ -9,10 +9,14 @@
 
 namespace norvik::simulator {
 
-Simulator::Simulator(const std::string& model, RobotModel robot, Kinematics kinematics, FaultPlan faults)
+Simulator::Simulator(const std::string& model, RobotModel robot, Kinematics kinematics, FaultPlan faults,
+                     const SensorSettings& sensors)
     : world_(std::move(robot), std::move(kinematics)),
+      sensors_(sensors),
+      infrared_{sensors.infrared, sensors.infrared},
+      speaker_(sensors.speaker_folder),
       node_(ovimux::CreateNode("norvik_simulator", "")),
-      environment_{world_, wire_faults_, delays_, *node_},
+      environment_{world_, wire_faults_, delays_, *node_, sensors_, infrared_, speaker_},
       fault_plan_(std::move(faults)) {
   for (const ServiceEntry* entry : services_of(model)) {
     services_.push_back(entry->make(environment_));
@@ -41,7 +45,7 @@ void Simulator::step(double dt) {
   }
   world_.step(dt);
   const WorldState state = world_.state();
-  const Tick tick{state, time_, now_stamp()};
+  const Tick tick{state, time_, now_stamp(wire_faults_.clock_skew())};
   for (const auto& service : services_) {
     service->tick(tick);
   }

@@ -14,7 +14,8 @@ namespace norvik::simulator {
 class Simulator {
  public:
   // `model` as on the command line. Opens all endpoints.
-  Simulator(const std::string& model, RobotModel robot, Kinematics kinematics, FaultPlan faults);
+  Simulator(const std::string& model, RobotModel robot, Kinematics kinematics, FaultPlan faults,
+            const SensorSettings& sensors);
   ~Simulator();
 
   // Steps `rate` times a second until the middleware is asked to shut down. When the machine is too slow the robot's
@@ -27,6 +28,9 @@ class Simulator {
   World world_;
   WireFaults wire_faults_;
   DelayQueue delays_;
+  const SensorSettings sensors_;
+  InfraredMode infrared_;
+  Speaker speaker_;
   std::unique_ptr<ovimux::Node> node_;
   Environment environment_;
   FaultPlan fault_plan_;

@@ -163,8 +163,8 @@ void add_group_errors(proto::TavrinoXError& message, const GroupErrors& errors) 
 
 }  // namespace
 
-core_proto::Timestamp now_stamp() {
-  const auto since_epoch = std::chrono::system_clock::now().time_since_epoch();
+core_proto::Timestamp now_stamp(std::chrono::milliseconds skew) {
+  const auto since_epoch = std::chrono::system_clock::now().time_since_epoch() + skew;
   const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(since_epoch).count();
   core_proto::Timestamp stamp;
   stamp.set_sec(ns / 1000000000);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -34,6 +35,7 @@ tavrinox_proto::TavrinoXError make_error_reply(const GroupErrors& errors, const 
 std::shared_ptr<tavrinox_proto::TavrinoXError> make_error_report(const WorldState& state,
                                                                  const core_proto::Timestamp& stamp);
 
-core_proto::Timestamp now_stamp();
+// Of the robot's clock, which may go wrong by `skew`.
+core_proto::Timestamp now_stamp(std::chrono::milliseconds skew = {});
 
 }  // namespace norvik::simulator

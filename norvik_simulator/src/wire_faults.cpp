@@ -19,21 +19,31 @@ PlannedReplyFault WireFaults::take_reply_fault(const std::string& service) {
   return it->second;
 }
 
-void WireFaults::set_topic_fault(const std::string& topic, TopicFault fault) {
+void WireFaults::set_topic_fault(const std::string& topic, const PlannedTopicFault& fault) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  topic_faults_[topic] = fault;
+  topic_faults_[topic] = {fault, 0.0};
 }
 
-TopicFault WireFaults::topic_fault(const std::string& topic) const {
+PlannedTopicFault WireFaults::take_topic_fault(const std::string& topic) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto it = topic_faults_.find(topic);
-  return it == topic_faults_.end() ? TopicFault::kNone : it->second;
+  if (it == topic_faults_.end()) {
+    return {};
+  }
+  auto& [planned, due] = it->second;
+  due += planned.share;
+  if (due < 1.0) {
+    return {};
+  }
+  due -= 1.0;
+  return planned;
 }
 
 void WireFaults::clear() {
   const std::lock_guard<std::mutex> lock(mutex_);
   reply_faults_.clear();
   topic_faults_.clear();
+  clock_skew_ms_ = 0;
 }
 
 void WireFaults::count(const std::string& what) {

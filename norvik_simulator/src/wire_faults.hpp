@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -9,11 +10,17 @@
 namespace norvik::simulator {
 
 enum class ReplyFault { kNone, kReject, kDelay, kLose, kDuplicate };
-enum class TopicFault { kNone, kSilent, kMalformed };
+enum class TopicFault { kNone, kSilent, kMalformed, kDrop, kDelay, kCorrupt, kWrongSize };
 
 struct PlannedReplyFault {
   ReplyFault fault = ReplyFault::kNone;
   int64_t count = 0;  // Requests it still applies to; below 0 for all.
+  std::chrono::milliseconds delay{0};
+};
+
+struct PlannedTopicFault {
+  TopicFault fault = TopicFault::kNone;
+  double share = 1.0;  // Of the messages; 0 to 1.
   std::chrono::milliseconds delay{0};
 };
 
@@ -24,8 +31,12 @@ class WireFaults {
   // The fault for the request at hand; uses it up.
   PlannedReplyFault take_reply_fault(const std::string& service);
 
-  void set_topic_fault(const std::string& topic, TopicFault fault);
-  TopicFault topic_fault(const std::string& topic) const;
+  void set_topic_fault(const std::string& topic, const PlannedTopicFault& fault);
+  // The fault for the message at hand: of a share of a half, every second message gets it.
+  PlannedTopicFault take_topic_fault(const std::string& topic);
+
+  void set_clock_skew(std::chrono::milliseconds skew) { clock_skew_ms_ = skew.count(); }
+  std::chrono::milliseconds clock_skew() const { return std::chrono::milliseconds(clock_skew_ms_); }
 
   void clear();
 
@@ -35,7 +46,12 @@ class WireFaults {
  private:
   mutable std::mutex mutex_;
   std::map<std::string, PlannedReplyFault> reply_faults_;
-  std::map<std::string, TopicFault> topic_faults_;
+  struct ActiveTopicFault {
+    PlannedTopicFault planned;
+    double due = 0.0;  // Messages that should have had it by now.
+  };
+  std::map<std::string, ActiveTopicFault> topic_faults_;
+  std::atomic<int64_t> clock_skew_ms_{0};
   std::map<std::string, uint64_t> counters_;
 };
 

@@ -107,6 +107,9 @@ TEST(SimulatorProgram, BadArgumentsEndWithStatus2) {
                                                       {"--rate", "0"},
                                                       {"--rate", "fast"},
                                                       {"--hand", "hook"},
+                                                      {"--camera-size", "64x480"},
+                                                      {"--camera-size", "640x480x"},
+                                                      {"--speaker-folder", "/no/such/folder"},
                                                       {"--nonsense"},
                                                       {"--faults", bad_file},
                                                       {"--faults", "/no/such/file"},
@@ -124,7 +127,7 @@ TEST(SimulatorProgram, ListNamesEveryEndpointOnce) {
     const char* model;
     size_t lines;
   };
-  for (const Row& row : {Row{"k2", 20}, Row{"r5", 12}}) {
+  for (const Row& row : {Row{"k2", 56}, Row{"r5", 41}}) {
     SCOPED_TRACE(row.model);
     const ProgramResult result = run_simulator({"--model", row.model, "--list"});
     EXPECT_EQ(result.exit_status, 0);

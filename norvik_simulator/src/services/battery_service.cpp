@@ -28,18 +28,16 @@ std::string battery_text(double time) {
 
 class BatteryService : public Service {
  public:
-  explicit BatteryService(Environment& environment)
-      : faults_(environment, kBatteryTopic, {}), writer_(environment.node.CreateWriter(kBatteryTopic, {}, true)) {}
+  explicit BatteryService(Environment& environment) : texts_(environment, kBatteryTopic) {}
 
   void tick(const Tick& tick) override {
-    if (regular_.due(tick.time) && faults_.pass() && writer_) {
-      writer_->Publish(battery_text(tick.time));
+    if (regular_.due(tick.time)) {
+      texts_.publish(battery_text(tick.time));
     }
   }
 
  private:
-  PublisherCore faults_;
-  std::shared_ptr<ovimux::RawWriter> writer_;
+  TextPublisher texts_;
   Periodic regular_{kHertz};
 };
 

@@ -18,6 +18,11 @@ inline constexpr const char* kTransformTopic = "/ovimux_tf";
 inline constexpr const char* kStaticTransformTopic = "/ovimux_tf_static";
 inline constexpr const char* kOnboardConfigTopic = "/norvik/mission_manager/onboard_config";
 inline constexpr const char* kBatteryTopic = "bms";
+inline constexpr const char* kLeftCameraParameterTopic = "/cam_arm_l/meta_data/params";
+inline constexpr const char* kRightCameraParameterTopic = "/cam_arm_r/meta_data/params";
+inline constexpr const char* kUltrasonicTopic = "base_ultra";
+inline constexpr const char* kMicrophoneTopic = "/norvik/mic";
+inline constexpr const char* kSpeakerTopic = "/norvik/spk";
 inline constexpr const char* kLeftHandTopics = "/endtool/sharpa_dexhand_L/";
 inline constexpr const char* kRightHandTopics = "/endtool/sharpa_dexhand_R/";
 
@@ -28,6 +33,13 @@ std::unique_ptr<Service> make_odometry_service(Environment& environment);
 std::unique_ptr<Service> make_transform_service(Environment& environment);
 std::unique_ptr<Service> make_onboard_config_service(Environment& environment);
 std::unique_ptr<Service> make_battery_service(Environment& environment);
+std::unique_ptr<Service> make_camera_service(Environment& environment);
+std::unique_ptr<Service> make_surround_camera_service(Environment& environment);
+std::unique_ptr<Service> make_camera_parameter_service(Environment& environment);
+std::unique_ptr<Service> make_lidar_service(Environment& environment);
+std::unique_ptr<Service> make_imu_service(Environment& environment);
+std::unique_ptr<Service> make_ultrasonic_service(Environment& environment);
+std::unique_ptr<Service> make_audio_service(Environment& environment);
 std::unique_ptr<Service> make_hand_service(Environment& environment);
 std::unique_ptr<Service> make_control_service(Environment& environment);
 
@@ -37,6 +49,20 @@ inline ovimux::Qos latched_qos() {
   qos.opaque_3 = 5;
   qos.opaque_5 = 5;
   qos.opaque_6 = 1;
+  return qos;
+}
+
+// Pictures, clouds and what comes with them do not fit the small envelope.
+inline ovimux::Qos stream_qos() {
+  ovimux::Qos qos;
+  qos.payload_kind = ovimux::kLargePayloadKind;
+  return qos;
+}
+
+// A late joiner gets the camera's mode.
+inline ovimux::Qos parameter_qos() {
+  ovimux::Qos qos;
+  qos.opaque_3 = 1;
   return qos;
 }
 

@@ -1,5 +1,6 @@
 #include "ovimux/dds/dds_data_writer.hpp"
 
+#include <algorithm>
 #include <fastdds/dds/publisher/DataWriter.hpp>
 #include <fastdds/dds/publisher/DataWriterListener.hpp>
 
@@ -36,6 +37,14 @@ DDSDataWriterBase::DDSDataWriterBase(const std::string& topic, const Qos& qos)
       writer_(factory_->CreateWriter(topic, std::make_shared<WriterListener>(topic), qos)),
       token_(draw_token()),
       tid_(GlobalData::ThreadId()) {}
+
+unsigned DDSDataWriterBase::matched_reader_count() const {
+  eprosima::fastdds::dds::PublicationMatchedStatus status;
+  if (writer_ != nullptr) {
+    writer_->get_publication_matched_status(status);
+  }
+  return static_cast<unsigned>(std::max(0, status.current_count));
+}
 
 DDSDataWriterBase::~DDSDataWriterBase() { factory_->DeleteWriter(writer_, true); }
 

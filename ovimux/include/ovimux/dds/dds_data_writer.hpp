@@ -23,6 +23,8 @@ class OVIMUX_EXPORT DDSDataWriterBase {
   DDSDataWriterBase& operator=(const DDSDataWriterBase&) = delete;
 
   bool is_open() const { return writer_ != nullptr; }
+  // Readers that get what is published now; 0 for a writer that is not open. Does not block.
+  unsigned matched_reader_count() const;
 
  protected:
   DDSNodeFactory* const factory_;

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <google/protobuf/message.h>
+
+namespace norvik::simulator {
+
+// What a bad sensor or driver does to a message: it still parses, but what it carries is spoilt. Headers stay.
+
+// Fills byte fields with garbage of the same length, and floating point fields with NaN.
+void corrupt(google::protobuf::Message& message);
+// Cuts a third off every byte field.
+void shorten(google::protobuf::Message& message);
+
+// The same for JSON text: no JSON any more, and values of the wrong types.
+std::string corrupt(const std::string& json_text);
+std::string retype(const std::string& json_text);
+
+}  // namespace norvik::simulator
