@@ -16,13 +16,19 @@ inline constexpr const char* kControlService = "norvik_simulator/control";
 //   {"op":"reply", "service":S, "fault":F, "count":N, "delay_ms":N}
 //                              F: reject, delay, lose, duplicate, none; count: requests it befalls, default 1, -1 for
 //                              all
-//   {"op":"topic", "topic":T, "fault":F}                        F: silent, malformed, none
+//   {"op":"topic", "topic":T, "fault":F, "share":X, "delay_ms":N}
+//                              F: silent, drop, delay, malformed (does not parse), corrupt (garbage of the same size,
+//                              NaN), wrong_size (a third is missing, values of wrong types), none; share: of the
+//                              messages, 0 to 1, default 1
+//   {"op":"clock", "skew_ms":N}                                 added to the time stamps of what is reported
+//   {"op":"infrared", "side":S, "enabled":B}                    mode of an arm camera; S: left, right
 //   {"op":"freeze", "joints":[J, ...], "frozen":B}              joints that no longer move; default true
 //   {"op":"set_positions", "positions":{J:X, ...}}              at once, in wire units
 //   {"op":"place_object", "group":G, "width_mm":X}              between the fingers of a gripper; 0 takes it away
 //   {"op":"clear"}                                              every fault
 //   {"op":"crash", "how":H}                                     H: exit (status 1, default), abort; no answer comes
-//   {"op":"state"}                                              joints, base, errors, controllers, counters
+//   {"op":"state"}                                              joints, base, errors, controllers, counters,
+//                                                               volume, streams of the speaker
 nlohmann::json run_control_command(Environment& environment, const nlohmann::json& command);
 
 // The same for text.

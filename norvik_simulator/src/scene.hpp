@@ -41,7 +41,7 @@ class Scene {
   // Blue, green, red, as the body looks at that point under full light.
   cv::Vec3b colour(uint32_t body, const KDL::Vector& point) const;
 
-  // The front face of the sliding box: its distance from the origin, and the middle of its way.
+  // Of the box that slides.
   static KDL::Vector sliding_box_centre(double time);
 
  private:
