@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# From a fresh clone to a robot that moves: installs what is missing, builds, starts a simulated robot, and runs three
-# of the examples against it: an arm moves, the base drives, a gripper closes on an object, and at last the arm refuses
-# a command. Ends by itself; exit status 0 only if arm, base and gripper did what they were told.
+# From a fresh clone to a robot that moves: installs what is missing, builds, starts a simulated robot, and runs some of
+# the examples against it: an arm moves, the base drives, a gripper closes on an object, the cameras' pictures are saved
+# in build/demo/pictures, and at last the arm refuses a command. Ends by itself; exit status 0 only if arm, base and
+# gripper did what they were told and every camera gave a picture.
 #
 #   ./scripts/demo.sh [--jobs N]
 #
@@ -23,7 +24,7 @@ done
 readonly demo_dir=$PWD/build/demo
 readonly log=$demo_dir/demo.log robot_output=$demo_dir/robot.out arm_output=$demo_dir/move_arm.out
 readonly example_output=$demo_dir/example.out install_dir=$demo_dir/install
-readonly examples=(move_arm drive_base pick_with_gripper)
+readonly examples=(move_arm drive_base pick_with_gripper save_pictures) picture_dir=$demo_dir/pictures
 mkdir -p "$demo_dir"
 : >"$log"
 
@@ -81,12 +82,12 @@ tell_robot() {
   norvik_simulator --control "$1" 2>&1 | tee -a "$log"
 }
 
-# run_example NAME   runs it to its end, shows what it printed, and has its status; fails when the robot is gone
+# run_example NAME [ARGUMENT...]   runs it to its end, shows what it printed, and has its status; fails when the robot is gone
 run_example() {
   local status
   robot_runs || return 1
-  say "Running examples/$1"
-  timeout 60 "$demo_dir/examples/$1" >"$example_output" 2>>"$log" &
+  say "Running examples/$*"
+  timeout 60 "$demo_dir/examples/$1" "${@:2}" >"$example_output" 2>>"$log" &
   example=$!
   wait "$example"
   status=$?
@@ -129,13 +130,14 @@ arm=$!
 tail -n +1 -f --pid="$arm" "$arm_output" | tee -a "$log" &
 tail=$!
 
-driven=false holds=false
+driven=false holds=false sees=false
 if wait_for "$arm_output" '^Waiting for a command to be refused' "$arm" 90; then
   # Meanwhile other programs use the same robot.
   run_example drive_base && driven=true
   say "Placing an object of 40 mm between the fingers of the left gripper"
   tell_robot '{"op":"place_object","group":"left_gripper","width_mm":40}'
   run_example pick_with_gripper && holds=true
+  run_example save_pictures "$picture_dir" && sees=true
   fault='{"op":"error","group":"left_arm","code":196609,"description":"motor too hot"}'
   say "Injecting a fault: norvik_simulator --control '$fault'"
   tell_robot "$fault"
@@ -154,6 +156,6 @@ robot=
 
 arrived=false
 grep -q '^The arm arrived' "$arm_output" && arrived=true
-say "Arm arrived: $arrived; base driven: $driven; gripper holds the object: $holds"
+say "Arm arrived: $arrived; base driven: $driven; gripper holds the object: $holds; pictures saved: $sees"
 say "move_arm ended with $status, the simulated robot with $robot_status. Log: $log"
-$arrived && $driven && $holds && [ "$status" -eq 0 ]
+$arrived && $driven && $holds && $sees && [ "$status" -eq 0 ]

@@ -60,10 +60,13 @@ LiveRobot::LiveRobot(const Setup& setup, std::vector<std::string> arguments)
       simulator_(simulator_arguments(setup, arguments)),
       robot_((use_as_home(home_.path()), sdk::NorvikRobot::get_instance(setup.type))) {}
 
-bool LiveRobot::start(bool with_errors) {
-  if (!simulator_.start() || !robot_.init()) {
-    return false;
-  }
+bool LiveRobot::start(bool with_errors) { return simulator_.start() && robot_.init() && becomes_ready(with_errors); }
+
+bool LiveRobot::start_with(const std::set<sdk::SensorType>& sensors) {
+  return simulator_.start() && robot_.init(sensors, true) && becomes_ready(true);
+}
+
+bool LiveRobot::becomes_ready(bool with_errors) {
   const auto reports = [this] {
     return robot_.get_joint_states({"head"}).size() == 2 && robot_.get_odom() &&
            robot_.get_gripper_state("left_gripper");

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,8 @@ class LiveRobot {
   // Simulator, init, and the first reports of everything that commands look at; false when one of them fails.
   // `with_errors` is false for a robot that never reports its errors.
   bool start(bool with_errors = true);
+  // The same with sensors, and the histories of synchronised observation.
+  bool start_with(const std::set<sdk::SensorType>& sensors);
   // False when the library has not found the new simulator after a while.
   bool restart_simulator();
 
@@ -63,6 +66,7 @@ class LiveRobot {
   nlohmann::json state() { return control_.state(); }
 
  private:
+  bool becomes_ready(bool with_errors);
   bool reports_errors() const;
   bool hears_sharpa_commands();
   std::string log_path() const;
