@@ -56,8 +56,8 @@ inline bool takes_commands(NorvikRobot& robot) {
 }
 
 // init() joins the robot's network and waits for the robot, up to 40 s; the first messages take a moment more.
-inline bool connect(NorvikRobot& robot, const std::set<SensorType>& sensors = {}) {
-  const bool connected = robot.init(sensors) && wait_until([&] { return takes_commands(robot); }, 5.0);
+inline bool connect(NorvikRobot& robot, const std::set<SensorType>& sensors = {}, bool synced = false) {
+  const bool connected = robot.init(sensors, synced) && wait_until([&] { return takes_commands(robot); }, 5.0);
   if (!connected) {
     std::cerr << "No robot found. Is it on, and in the same network and DDS domain?\n";
   }
@@ -88,10 +88,11 @@ inline bool report(NorvikRobot& robot, const std::string& what, ControlStatus st
 }
 
 // Runs an example on the K2: connects, lets it work, says how it ended. The result is the program's exit status.
-// Only the `sensors` that it names are opened.
-inline int run(const std::function<bool(NorvikRobot&)>& example, const std::set<SensorType>& sensors = {}) {
+// Only the `sensors` that it names are opened; `synced` is what get_synced_observation() needs.
+inline int run(const std::function<bool(NorvikRobot&)>& example, const std::set<SensorType>& sensors = {},
+               bool synced = false) {
   auto& robot = NorvikRobot::get_instance(MachineType::K2);
-  const bool good = connect(robot, sensors) && example(robot);
+  const bool good = connect(robot, sensors, synced) && example(robot);
   std::cout << (good ? "Done." : "Failed.") << std::endl;
   robot.destroy();  // The last call of a program.
   return good ? 0 : 1;

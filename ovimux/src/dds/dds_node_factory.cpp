@@ -91,9 +91,9 @@ bool DDSNodeFactory::Entities::open() {
 }
 
 // Makes one writer and one reader, so that the statics which Fast DDS makes with its first endpoints exist before the
-// exit handler is registered and are destroyed after it has run. The two stay until the end: an endpoint that goes while
-// a peer is being discovered leaves a gap in what the peer is told, and a gap is only closed with the next heartbeat of
-// discovery, up to a second later. Until then the peer would not see the endpoints that came after it.
+// exit handler is registered and are destroyed after it has run. The two stay until the end: an endpoint that goes
+// while a peer is being discovered leaves a gap in what the peer is told, and a gap is only closed with the next
+// heartbeat of discovery, up to a second later. Until then the peer would not see the endpoints that came after it.
 void DDSNodeFactory::Entities::warm_up() {
   const EndpointPolicy policy = DDSTools::PolicyOf(Qos{});
   const std::string name = "ovimux/warm_up/" + std::to_string(GlobalData::Instance()->process_id());
