@@ -66,7 +66,9 @@ int main(int argc, char** argv) {
   examples::report(robot, "Move", status);
   print_joints(robot, "Left arm after:");
 
-  bool good = examples::is_near(robot.get_joint_positions(kLeftArm), kTarget, kTolerance);
+  // A moment for the joint states: they come by a channel of their own, and the newest may be from just before the end.
+  bool good = examples::wait_until(
+      [&] { return examples::is_near(robot.get_joint_positions(kLeftArm), kTarget, kTolerance); }, 1.0);
   std::cout << (good ? "The arm arrived." : "The arm did not arrive.") << std::endl;
   if (until_refused) {
     good = wait_for_refusal(robot) && good;
