@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -11,6 +12,8 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "impl/log_line.hpp"
@@ -175,6 +178,58 @@ TEST_F(LogFiles, AreCutOffByTime) {
   const std::vector<fs::path> file = {write("a", "[2024-05-01 12:00:00.500 thread:1 info f:1]:x\n")};
   EXPECT_EQ(extract_log_messages(file, "info", *at).matched_lines, 1U);
   EXPECT_EQ(extract_log_messages(file, "info", *at + milliseconds(1)).matched_lines, 0U);
+}
+
+// Writes numbered records as the logger does, one line at a time, and begins a new file after every 50.
+class RotatingLog {
+ public:
+  explicit RotatingLog(fs::path path) : path_(std::move(path)) {}
+
+  void write(int records) {
+    for (int i = 0; i < records; ++i) {
+      if (i % kRecordsPerFile == 0) {
+        rotate();
+      }
+      std::ofstream(path_, std::ios::app) << "[2024-05-01 12:00:00.000 thread:1 info f:1]:record " << i << " whole\n";
+    }
+  }
+
+  static constexpr int kRecordsPerFile = 50;
+
+ private:
+  // Keeps two older files: .1 is younger than .2.
+  void rotate() {
+    std::error_code first_time;
+    fs::rename(path_.string() + ".1", path_.string() + ".2", first_time);
+    fs::rename(path_, path_.string() + ".1", first_time);
+  }
+
+  const fs::path path_;
+};
+
+TEST_F(LogFiles, AreReadWhileTheyAreWrittenAndRotated) {
+  constexpr int kRecords = 20000;
+  std::atomic<bool> done{false};
+  std::thread writer([&] {
+    RotatingLog(directory_ / "sdk.log").write(kRecords);
+    done = true;
+  });
+  static const std::regex whole_records("(record [0-9]+ whole(\n|$))*");
+  int searches_with_matches = 0;
+  while (!done) {
+    const auto files = find_log_files(directory(), "sdk.log");
+    ASSERT_TRUE(files);
+    const auto extract = extract_log_messages(*files, "info", std::nullopt);
+    EXPECT_TRUE(std::regex_match(extract.content, whole_records)) << extract.content;
+    EXPECT_LE(extract.matched_lines, 4U * RotatingLog::kRecordsPerFile);  // A file met under two names counts twice.
+    searches_with_matches += extract.matched_lines > 0 ? 1 : 0;
+  }
+  writer.join();
+  EXPECT_GT(searches_with_matches, 20);
+
+  const auto extract = extract_log_messages(*find_log_files(directory(), "sdk.log"), "info", std::nullopt);
+  EXPECT_EQ(extract.matched_lines, 3U * RotatingLog::kRecordsPerFile);
+  EXPECT_NE(extract.content.find("record 19999 whole"), std::string::npos);
 }
 
 TEST(LogInformation, ReadsTheLibrarysOwnLog) {
