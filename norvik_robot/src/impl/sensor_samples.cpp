@@ -1,72 +1,19 @@
 // What SensorBase does with a sample: convert it, store it, and hand it to the users' callbacks.
-#include <exception>
-#include <optional>
-#include <string_view>
 #include <utility>
-
-#include <nlohmann/json.hpp>
 
 #include "impl/sensor_base.hpp"
 #include "impl/sensor_conversion.hpp"
-#include "impl/wbc/proto_time.hpp"
+#include "impl/sensor_json.hpp"
 #include "sdk_log.hpp"
 
 namespace norvik::sdk {
 namespace {
-
-using nlohmann::json;
-
-constexpr uint64_t kNanosecondsPerMicrosecond = 1000;
-constexpr double kMillimetresPerMetre = 1000.0;
 
 template <typename Buffers, typename Key, typename Record>
 void store(const Buffers& buffers, Key key, const std::shared_ptr<Record>& record) {
   const auto buffer = buffers.find(key);
   if (buffer != buffers.end()) {
     buffer->second->set_data(record);
-  }
-}
-
-// Unsigned, so that a time out of range wraps instead of overflowing.
-int64_t nanoseconds_from_microseconds(const json& microseconds) {
-  const int64_t value =
-      microseconds.is_number_float() ? clamped_int64(microseconds.get<double>()) : microseconds.get<int64_t>();
-  return static_cast<int64_t>(static_cast<uint64_t>(value) * kNanosecondsPerMicrosecond);
-}
-
-struct UltrasonicReport {
-  int64_t timestamp_ns;
-  json fields;
-};
-
-// Empty, with a record in the log, when the report cannot be used.
-std::optional<UltrasonicReport> parse_ultrasonic_report(std::string_view text) {
-  try {
-    json fields = json::parse(text);
-    if (!fields.is_object() || !fields.contains("timestamp")) {
-      SDK_LOG(error) << "ultrasonic_callback: timestamp field missing";
-      return std::nullopt;
-    }
-    const int64_t timestamp_ns = nanoseconds_from_microseconds(fields["timestamp"]);
-    return UltrasonicReport{timestamp_ns, std::move(fields)};
-  } catch (const std::exception& error) {
-    SDK_LOG(error) << "ultrasonic_callback: json parse error: " << error.what();
-    return std::nullopt;
-  }
-}
-
-// Whether an arm camera's parameters say that its infrared imagers run.
-bool is_infrared_on(const char* callback, const std::string& parameters) {
-  try {
-    const json report = json::parse(parameters);
-    if (!report.is_object() || !report.contains("ir_enabled")) {
-      SDK_LOG(error) << callback << ": ir_enabled field missing";
-      return false;
-    }
-    return report["ir_enabled"].get<bool>();
-  } catch (const std::exception& error) {
-    SDK_LOG(error) << callback << ": json parse error: " << error.what();
-    return false;
   }
 }
 
@@ -183,23 +130,9 @@ void SensorBase::ultrasonic_callback(const void* data, int size) {
     SDK_LOG(error) << "ultrasonic_callback: data invalid";
     return;
   }
-  const auto report = parse_ultrasonic_report({static_cast<const char*>(data), static_cast<size_t>(size)});
-  if (!report) {
-    return;
-  }
-  for (const auto& [type, key] : ultrasonic_keys()) {
-    const auto distance = report->fields.find(key);
-    if (distance == report->fields.end()) {
-      continue;
-    }
-    try {
-      auto sample = std::make_shared<UltrasonicData>();
-      sample->timestamp_ns = report->timestamp_ns;
-      sample->distance = distance->get<double>() / kMillimetresPerMetre;
-      store(ultrasonic_buffers_, type, sample);
-    } catch (const std::exception& error) {
-      SDK_LOG(error) << "ultrasonic_callback: parse field " << key << " failed: " << error.what();
-    }
+  for (const auto& [type, sample] :
+       parse_ultrasonic_report({static_cast<const char*>(data), static_cast<size_t>(size)})) {
+    store(ultrasonic_buffers_, type, sample);
   }
 }
 
