@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the benchmarks and prints one table, each figure beside its baseline from the same run. The arguments
-# go to the program: --quick for a tenth of the samples, --only SUITE, --json FILE (default: build/benchmarks.json).
+# go to the program: --quick for a tenth of the samples (--scale FACTOR for other shares), --only SUITE, --json FILE
+# (default: build/benchmarks.json).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,199 +1,19 @@
 #include "sdk_benchmarks.hpp"
 
 #include <chrono>
-#include <cstdio>
-#include <fstream>
 #include <functional>
-#include <iostream>
 #include <map>
-#include <mutex>
-#include <sstream>
 #include <string>
 #include <thread>
-#include <norvik_sdk/norvik_sdk.hpp>
 
-#include "child_process.hpp"
-#include "norvik/tavrinox_proto/tavrinox_target.pb.h"
 #include "raw_stack.hpp"
-#include "stack.hpp"
+#include "robot_process.hpp"
 
 namespace norvik::benchmarks {
 namespace {
 
 using sdk::ControlStatus;
 using sdk::JointCommand;
-using sdk::MachineType;
-using sdk::NorvikRobot;
-
-const std::vector<std::string>& arm_groups() {
-  static const std::vector<std::string> groups = {"left_arm", "right_arm"};
-  return groups;
-}
-
-std::string simulator_path() {
-  const char* path = std::getenv("NORVIK_SIMULATOR");
-  return path != nullptr ? path : NORVIK_SIMULATOR_PATH;
-}
-
-// A simulated K2 that is ready to serve.
-class Simulator {
- public:
-  explicit Simulator(int rate_hz = 100)
-      : process_({simulator_path(), "--model", "k2", "--rate", std::to_string(rate_hz)}) {
-    process_.read_after("norvik_simulator ready");
-  }
-
- private:
-  ChildProcess process_;
-};
-
-double resident_megabytes() {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line)) {
-    if (line.compare(0, 6, "VmRSS:") == 0) {
-      return std::stod(line.substr(6)) / 1024.0;
-    }
-  }
-  return 0.0;
-}
-
-void report(const std::string& figures) {
-  std::printf("figures %s\n", figures.c_str());
-  std::fflush(stdout);
-}
-
-void wait_for_parent() {
-  std::string line;
-  std::getline(std::cin, line);
-}
-
-// A first command needs the robot's first error report and joint state.
-bool wait_until_commandable(NorvikRobot& robot, const std::vector<JointCommand>& commands,
-                            const std::vector<std::string>& groups) {
-  for (int i = 0; i < 100; ++i) {
-    if (robot.set_joint_commands(commands, groups, {}, 0.0) == ControlStatus::SUCCESS) {
-      return true;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  return false;
-}
-
-NorvikRobot* start_robot() {
-  auto& robot = NorvikRobot::get_instance(MachineType::K2);
-  return robot.init() ? &robot : nullptr;
-}
-
-// The target that set_joint_commands sends for both arms.
-std::string both_arms_target() {
-  tavrinox_proto::TavrinoXTarget target;
-  for (const auto& group : arm_groups()) {
-    auto& trajectory = (*target.mutable_target_group_trajectory_map())[group];
-    trajectory.mutable_target_config()->set_target_data(255);
-    trajectory.mutable_target_config()->set_target_type(10);
-    trajectory.mutable_target_config()->set_target_priority(1);
-    auto& command = *trajectory.add_group_commands();
-    command.mutable_time_from_start();
-    for (int i = 1; i <= 7; ++i) {
-      trajectory.add_joint_names(group + "_joint" + std::to_string(i));
-      command.add_joint_commands();
-    }
-  }
-  return target.SerializeAsString();
-}
-
-template <typename Call>
-double median_call_us(int count, Call call) {
-  std::vector<double> times_us;
-  for (int i = 0; i < count; ++i) {
-    const int64_t start = now_ns();
-    call();
-    times_us.push_back(static_cast<double>(now_ns() - start) / 1000.0);
-    std::this_thread::sleep_for(std::chrono::microseconds(500));
-  }
-  return percentile(times_us, 0.5);
-}
-
-int command_cost_sdk(int count) {
-  auto* robot = start_robot();
-  const std::vector<JointCommand> commands(14);
-  if (robot == nullptr || !wait_until_commandable(*robot, commands, arm_groups())) {
-    return 1;
-  }
-  report(std::to_string(median_call_us(count, [&] { robot->set_joint_commands(commands, arm_groups(), {}, 0.0); })));
-  wait_for_parent();
-  return 0;
-}
-
-int command_cost_raw(int count) {
-  RawParticipant participant;
-  auto* writer = participant.create_writer("tavrinox/wbcs/target", false);
-  ovimux::Envelope envelope;
-  const std::string bytes = both_arms_target();
-  envelope.raw_data.assign(bytes.begin(), bytes.end());
-  envelope.pkg_len = static_cast<int32_t>(bytes.size());
-  std::this_thread::sleep_for(std::chrono::seconds(1));  // The simulator is matched.
-  report(std::to_string(median_call_us(count, [&] {
-    ++envelope.seq;
-    writer->write(&envelope);
-  })));
-  wait_for_parent();
-  return 0;
-}
-
-// Sends set-points at 1 kHz and reports how many were sent and how regular the calls were.
-int stream_commands(int count, int joints) {
-  auto* robot = start_robot();
-  auto groups = arm_groups();
-  if (joints == 21) {
-    groups.insert(groups.end(), {"leg", "head"});
-  }
-  const std::vector<JointCommand> commands(static_cast<size_t>(joints));
-  if (robot == nullptr || !wait_until_commandable(*robot, commands, groups)) {
-    return 1;
-  }
-  std::printf("streaming\n");
-  std::fflush(stdout);
-  wait_for_parent();
-  std::vector<double> period_errors_us;
-  std::vector<double> calls_us;
-  int sent = 0;
-  auto next = std::chrono::steady_clock::now();
-  int64_t previous = now_ns();
-  for (int i = 0; i < count; ++i) {
-    next += std::chrono::milliseconds(1);
-    std::this_thread::sleep_until(next);
-    const int64_t start = now_ns();
-    sent += robot->set_joint_commands(commands, groups, {}, 0.0) == ControlStatus::SUCCESS ? 1 : 0;
-    calls_us.push_back(static_cast<double>(now_ns() - start) / 1000.0);
-    period_errors_us.push_back(std::abs(static_cast<double>(start - previous) / 1000.0 - 1000.0));
-    previous = start;
-  }
-  std::ostringstream figures;
-  figures << sent << ' ' << percentile(period_errors_us, 0.99) << ' ' << percentile(calls_us, 0.5);
-  report(figures.str());
-  wait_for_parent();
-  return 0;
-}
-
-// Counts the samples that arrive on the target topic, as the robot would see them.
-int count_commands() {
-  int64_t count = 0;
-  std::mutex mutex;
-  RawParticipant participant;
-  participant.create_reader("tavrinox/wbcs/target", false,
-                            [&](const ovimux::Envelope&, const eprosima::fastdds::dds::SampleInfo&) {
-                              const std::lock_guard<std::mutex> lock(mutex);
-                              ++count;
-                            });
-  for (std::string line; std::getline(std::cin, line);) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    report(std::to_string(count));
-    count = 0;
-  }
-  return 0;
-}
 
 int joint_state_cost(int count) {
   auto* robot = start_robot();
@@ -208,7 +28,7 @@ int joint_state_cost(int count) {
   std::vector<sdk::JointState> copy;
   const double copy_us = median_call_us(count, [&] { copy = std::vector<sdk::JointState>(states); });
   const double get_us = median_call_us(count, [&] { states = robot->get_joint_states(); });
-  report(std::to_string(copy_us) + " " + std::to_string(get_us) + " " + std::to_string(states.size()));
+  report({copy_us, get_us, static_cast<double>(states.size())});
   wait_for_parent();
   return 0;
 }
@@ -238,8 +58,7 @@ int trajectory_cost(int points, int count) {
     all_taken = robot->execute_joint_trajectory(std::move(sent), false) == ControlStatus::SUCCESS && all_taken;
     times_ms.push_back(static_cast<double>(now_ns() - start) / 1e6);
   }
-  report(std::to_string(percentile(times_ms, 0.5)) + " " + std::to_string(resident_megabytes() - before_mb) + " " +
-         std::to_string(all_taken ? 1 : 0));
+  report({percentile(times_ms, 0.5), resident_megabytes() - before_mb, all_taken ? 1.0 : 0.0});
   wait_for_parent();
   return 0;
 }
@@ -295,7 +114,7 @@ int start_sdk() {
   const bool started = start_robot() != nullptr;
   const int64_t ready_ns = now_ns();
   std::this_thread::sleep_for(std::chrono::seconds(2));
-  report(std::to_string(started ? ready_ns : 0) + " " + std::to_string(resident_megabytes()));
+  report({started ? static_cast<double>(ready_ns) : 0.0, resident_megabytes()});
   wait_for_parent();
   return 0;
 }
@@ -305,20 +124,9 @@ int start_raw() {
   open_raw_endpoints(participant);
   const int64_t ready_ns = now_ns();
   std::this_thread::sleep_for(std::chrono::seconds(2));
-  report(std::to_string(ready_ns) + " " + std::to_string(resident_megabytes()));
+  report({static_cast<double>(ready_ns), resident_megabytes()});
   wait_for_parent();
   return 0;
-}
-
-std::vector<double> run_role(const std::vector<std::string>& role) {
-  ChildProcess child(self_command(role));
-  std::istringstream stream(child.read_after("figures"));
-  child.write_line("end");
-  std::vector<double> figures;
-  for (double value = 0.0; stream >> value;) {
-    figures.push_back(value);
-  }
-  return figures;
 }
 
 struct StartFigures {
@@ -349,47 +157,7 @@ const StartFigures& sdk_start() {
   return figures;
 }
 
-int scaled_count(double scale, int count) { return std::max(100, static_cast<int>(scale * count)); }
-
 }  // namespace
-
-std::vector<Row> command_cost_rows(double scale) {
-  const Simulator simulator;
-  const std::string count = std::to_string(scaled_count(scale, 5000));
-  const double raw = run_role({"command_cost_raw", count}).at(0);
-  const double ours = run_role({"command_cost_sdk", count}).at(0);
-  return {{"set_joint_commands, 14 joints, p50 of the call", "us", raw, ours, 1.5, false, ""},
-          {"set_joint_commands, 14 joints, p50 of the call", "us", 0.0, ours, 30.0, false, "absolute"}};
-}
-
-std::vector<Row> stream_rows(double scale) {
-  std::vector<Row> rows;
-  for (const int joints : {14, 21}) {
-    const Simulator simulator;
-    ChildProcess counter(self_command({"count_commands"}));
-    const int count = scaled_count(scale, 60000);
-    ChildProcess sender(self_command({"stream_commands", std::to_string(count), std::to_string(joints)}));
-    sender.read_after("streaming");
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    counter.write_line("reset");
-    counter.read_after("figures");
-    sender.write_line("go");
-    std::istringstream figures(sender.read_after("figures"));
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    counter.write_line("count");
-    const double received = std::stod(counter.read_after("figures"));
-    double sent = 0.0;
-    double period_error_us = 0.0;
-    double call_us = 0.0;
-    figures >> sent >> period_error_us >> call_us;
-    const std::string name =
-        "1 kHz set-points, " + std::to_string(joints) + " joints, " + std::to_string(count / 1000) + " s";
-    rows.push_back({name + ", not received", "", 0.0, count - std::min<double>(sent, received), 0.0, false, ""});
-    rows.push_back({name + ", p99 of the period error", "us", 0.0, period_error_us, 200.0, false, ""});
-    rows.push_back({name + ", p50 of the call", "us", 0.0, call_us, 30.0, false, ""});
-  }
-  return rows;
-}
 
 std::vector<Row> joint_state_rows(double scale) {
   std::vector<Row> rows;
@@ -426,10 +194,6 @@ std::vector<Row> start_rows() {
 int run_sdk_role(const std::vector<std::string>& arguments) {
   const auto number = [&arguments](size_t index) { return std::stoi(arguments.at(index)); };
   const std::map<std::string, std::function<int()>> roles = {
-      {"command_cost_sdk", [&] { return command_cost_sdk(number(1)); }},
-      {"command_cost_raw", [&] { return command_cost_raw(number(1)); }},
-      {"stream_commands", [&] { return stream_commands(number(1), number(2)); }},
-      {"count_commands", [] { return count_commands(); }},
       {"joint_state_cost", [&] { return joint_state_cost(number(1)); }},
       {"trajectory_cost", [&] { return trajectory_cost(number(1), number(2)); }},
       {"start_sdk", [] { return start_sdk(); }},

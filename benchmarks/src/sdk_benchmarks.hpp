@@ -8,8 +8,6 @@
 namespace norvik::benchmarks {
 
 // The library against the simulated robot, which each of these starts.
-std::vector<Row> command_cost_rows(double scale);
-std::vector<Row> stream_rows(double scale);
 std::vector<Row> joint_state_rows(double scale);
 std::vector<Row> trajectory_rows();
 std::vector<Row> memory_rows();
