@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -71,6 +72,19 @@ json set_reply_fault(Environment& environment, const json& command) {
   return {};
 }
 
+// The text of a malformed message; by default a field of a type that does not exist and a length far behind the end.
+std::shared_ptr<const std::string> read_payload(const json& command) {
+  const auto text = command.value("payload", std::string("\x0f\xff\xff\xff\xff\x7fgarbage"));
+  const auto repeat = command.value("repeat", int64_t{1});
+  require(repeat >= 1 && repeat <= ovimux::kLargePayloadBound / static_cast<int64_t>(std::max<size_t>(text.size(), 1)),
+          "payload is longer than a message can be");
+  auto payload = std::make_shared<std::string>();
+  for (int64_t i = 0; i < repeat; ++i) {
+    *payload += text;
+  }
+  return payload;
+}
+
 json set_topic_fault(Environment& environment, const json& command) {
   static const std::map<std::string, TopicFault> kFaults = {
       {"none", TopicFault::kNone},           {"silent", TopicFault::kSilent}, {"malformed", TopicFault::kMalformed},
@@ -84,6 +98,7 @@ json set_topic_fault(Environment& environment, const json& command) {
   require(planned.share >= 0.0 && planned.share <= 1.0, "share is not within 0 and 1");
   planned.delay = std::chrono::milliseconds(command.value("delay_ms", int64_t{0}));
   require(is_short(planned.delay), "delay_ms is not within an hour");
+  planned.payload = read_payload(command);
   environment.faults.set_topic_fault(topic, planned);
   return {};
 }

@@ -11,7 +11,7 @@ void PublisherCore::send(const PlannedTopicFault& fault, std::function<void()> p
     case TopicFault::kDrop:
       break;
     case TopicFault::kMalformed:
-      send_garbage();
+      send_garbage(*fault.payload);
       break;
     case TopicFault::kDelay:
       environment_.delays.run_after(fault.delay, std::move(publish));
@@ -22,13 +22,12 @@ void PublisherCore::send(const PlannedTopicFault& fault, std::function<void()> p
   }
 }
 
-// A field of a type that does not exist, and a length far behind the end.
-void PublisherCore::send_garbage() {
+void PublisherCore::send_garbage(const std::string& payload) {
   if (!garbage_writer_) {
     garbage_writer_ = environment_.node.CreateWriter(topic_, qos_, false);
   }
   if (garbage_writer_) {
-    garbage_writer_->Publish(std::string("\x0f\xff\xff\xff\xff\x7fgarbage"));
+    garbage_writer_->Publish(payload);
   }
 }
 

@@ -19,7 +19,7 @@ class PublisherCore {
   void send(const PlannedTopicFault& fault, std::function<void()> publish);
 
  private:
-  void send_garbage();
+  void send_garbage(const std::string& payload);
 
   Environment& environment_;
   const std::string topic_;

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -22,6 +23,7 @@ struct PlannedTopicFault {
   TopicFault fault = TopicFault::kNone;
   double share = 1.0;  // Of the messages; 0 to 1.
   std::chrono::milliseconds delay{0};
+  std::shared_ptr<const std::string> payload{};  // What a malformed message consists of.
 };
 
 // What is to go wrong between the robot and the wire, and how much passed. Safe to use from any thread.

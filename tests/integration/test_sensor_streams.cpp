@@ -95,6 +95,11 @@ int count_records(const std::vector<LogRecord>& records, const std::string& text
       std::count_if(records.begin(), records.end(), [&](const auto& record) { return record.text == text; }));
 }
 
+bool has_record(const std::vector<LogRecord>& records, const std::string& beginning) {
+  return std::any_of(records.begin(), records.end(),
+                     [&](const auto& record) { return record.text.compare(0, beginning.size(), beginning) == 0; });
+}
+
 class EverySensor : public ::testing::TestWithParam<Model> {};
 
 TEST_P(EverySensor, DeliversWhatTheRobotSees) {
@@ -237,6 +242,66 @@ TEST(BadData, LeavesTheStreamAlive) {
   EXPECT_TRUE(eventually([&] { return robot.get_rgb_data(head)->convert_to_cv2_mat() != nullptr; }));
   EXPECT_TRUE(
       eventually([&] { return robot.get_ultrasonic_data(sdk::UltrasonicType{})->timestamp_ns > last->timestamp_ns; }));
+}
+
+TEST(BadData, OfAnyShapeLeavesTheApplicationRunning) {
+  LiveRobot live(kK2, kSmallPictures);
+  const SensorType head = SensorType::HEAD_LEFT_CAMERA;
+  const SensorType lidar = SensorType::BASE_LIDAR;
+  ASSERT_TRUE(live.start_with({head, lidar, SensorType::BASE_ULTRASONIC}));
+  auto& robot = live.robot();
+  const auto ultrasonic_ns = [&robot] {
+    const auto data = robot.get_ultrasonic_data(sdk::UltrasonicType{});
+    return data ? data->timestamp_ns : 0;
+  };
+  const auto picture_ns = [&] {
+    const auto data = robot.get_rgb_data(head);
+    return data && data->convert_to_cv2_mat() ? data->timestamp_ns : 0;
+  };
+  const auto cloud_ns = [&] {
+    const auto data = robot.get_lidar_data(lidar);
+    return data && !data->data.empty() ? data->timestamp_ns : 0;
+  };
+  const auto battery_reported = [&robot] {
+    const auto battery = robot.get_bms_information();
+    return battery && battery->voltage > 0.0F ? int64_t{1} : 0;
+  };
+
+  struct Case {
+    const char* topic;
+    const char* payload;
+    int repeat;
+    const char* record;  // How the log's line begins; null where the sample is taken, with nothing in it.
+    std::function<int64_t()> time_ns;
+  };
+  const std::string picture_topic = "/front_head_camera/left_color/image_raw";
+  const std::vector<Case> cases = {
+      {"base_ultra", "[", 60000, "ultrasonic_callback: json parse error: ", ultrasonic_ns},
+      {"base_ultra", "", 1, "ultrasonic_callback: data invalid", ultrasonic_ns},
+      {"bms", R"({"a":)", 12000, "bms_info_callback: json parse error: ", battery_reported},
+      {picture_topic.c_str(), "x", 10000000, nullptr, picture_ns},
+      {picture_topic.c_str(), "\x1a\x7f", 2000000, nullptr, picture_ns},  // Each a field that ends behind the next.
+      {picture_topic.c_str(), "", 1, nullptr, picture_ns},
+      {"/lidar_chassis_f/lidar/data_raw", "B", 10000000, nullptr, cloud_ns},
+  };
+  for (const Case& bad : cases) {
+    SCOPED_TRACE(std::string(bad.topic) + " " + bad.payload);
+    ASSERT_TRUE(eventually([&] { return bad.time_ns() > 0; }));
+    live.take_log();
+    live.control({{"op", "topic"},
+                  {"topic", bad.topic},
+                  {"fault", "malformed"},
+                  {"payload", bad.payload},
+                  {"repeat", bad.repeat}});
+    if (bad.record == nullptr) {
+      EXPECT_TRUE(eventually([&] { return bad.time_ns() == 0; }));
+    } else {
+      EXPECT_TRUE(eventually([&] { return has_record(live.take_log(), bad.record); }));
+      EXPECT_GT(bad.time_ns(), 0);  // The last good sample.
+    }
+    EXPECT_TRUE(live.clear_faults());
+    EXPECT_TRUE(eventually([&] { return bad.time_ns() > 0; }));
+  }
 }
 
 TEST(Observation, HoldsUnderLoadFromFourThreads) {

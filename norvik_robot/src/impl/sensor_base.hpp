@@ -16,13 +16,12 @@
 
 #include "data_buffer.hpp"
 #include "impl/callback_table.hpp"
+#include "impl/sensor_conversion.hpp"
 #include "impl/sensor_histories.hpp"
 #include "impl/sensor_tables.hpp"
 #include "norvik/core_proto/wrapper.pb.h"
 #include "norvik/sensor_proto/camera.pb.h"
-#include "norvik/sensor_proto/image.pb.h"
 #include "norvik/sensor_proto/imu.pb.h"
-#include "norvik/sensor_proto/point_cloud.pb.h"
 #include "ovimux/base/raw_endpoints.hpp"
 #include "ovimux/base/reader_base.hpp"
 
@@ -70,10 +69,10 @@ class SensorBase : public virtual NorvikRobot, public SensorCallbacks {
 
   // Run on workers of the middleware, several at once for different topics. A bad message is logged and leaves the last
   // good sample. The users' callbacks run here, with their table locked for reading.
-  using ImageMessage = std::shared_ptr<sensor_proto::CompressedImage>;
+  using ImageMessage = std::shared_ptr<ImageSample>;
   void image_callback(const CameraChannel& camera, const ImageMessage& message);
   void camera_info_callback(const CameraChannel& camera, const std::shared_ptr<sensor_proto::CameraInfo>& message);
-  void lidar_callback(const std::shared_ptr<sensor_proto::PointCloud2>& message, SensorType sensor);
+  void lidar_callback(const std::shared_ptr<CloudSample>& message, SensorType sensor);
   void imu_callback(const std::shared_ptr<sensor_proto::ImuSensor>& message, SensorType sensor);
   void ultrasonic_callback(const void* data, int size);
   void arm_camera_param_callback(const ArmCameraChannel& arm_camera,

@@ -7,9 +7,7 @@ namespace norvik::sdk {
 namespace {
 
 using ovimux::Qos;
-using sensor_proto::CompressedImage;
 using sensor_proto::ImuSensor;
-using sensor_proto::PointCloud2;
 
 // Images, point clouds and IMU data: the large envelope.
 Qos stream_qos() {
@@ -100,9 +98,9 @@ bool SensorBase::open_lidar_readers() {
     if (!is_enabled(lidar.sensor)) {
       continue;
     }
-    readers_.push_back(node_->CreateReader<PointCloud2>(
+    readers_.push_back(node_->CreateReader<CloudSample>(
         lidar.topic,
-        [this, sensor = lidar.sensor](const std::shared_ptr<PointCloud2>& message, const void*) {
+        [this, sensor = lidar.sensor](const std::shared_ptr<CloudSample>& message, const void*) {
           lidar_callback(message, sensor);
         },
         stream_qos()));
@@ -179,11 +177,9 @@ void SensorBase::open_infrared_readers(const CameraChannel& camera) {
 }
 
 SensorBase::Reader SensorBase::create_image_reader(const CameraChannel& camera) {
-  return node_->CreateReader<CompressedImage>(
+  return node_->CreateReader<ImageSample>(
       camera.image_topic,
-      [this, &camera](const std::shared_ptr<CompressedImage>& message, const void*) {
-        image_callback(camera, message);
-      },
+      [this, &camera](const std::shared_ptr<ImageSample>& message, const void*) { image_callback(camera, message); },
       stream_qos());
 }
 

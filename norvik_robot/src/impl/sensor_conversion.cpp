@@ -27,11 +27,17 @@ void copy_header(const Message& message, Record& record) {
   record.frame_id = message.header().frame_id();
 }
 
+// As bytes from the start: a copy from characters to bytes goes one by one.
+void copy_bytes(const std::string& from, std::vector<uint8_t>& to) {
+  const auto* const first = reinterpret_cast<const uint8_t*>(from.data());
+  to.assign(first, first + from.size());
+}
+
 template <typename Record>
 void copy_image(const sensor_proto::CompressedImage& message, Record& record) {
   copy_header(message, record);
   record.format = message.format();
-  record.data.assign(message.data().begin(), message.data().end());
+  copy_bytes(message.data(), record.data);
 }
 
 template <size_t N, typename Values>
@@ -138,7 +144,7 @@ bool point_cloud2_proto_to_point_cloud2(const std::shared_ptr<sensor_proto::Poin
   out->is_bigendian = message->is_bigendian();
   out->point_step = message->point_step();
   out->row_step = message->row_step();
-  out->data.assign(message->data().begin(), message->data().end());
+  copy_bytes(message->data(), out->data);
   out->is_dense = message->is_dense();
   return true;
 }

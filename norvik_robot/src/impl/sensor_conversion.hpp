@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include <norvik_sdk/types.hpp>
 
@@ -9,9 +10,9 @@
 #include "norvik/sensor_proto/image.pb.h"
 #include "norvik/sensor_proto/imu.pb.h"
 #include "norvik/sensor_proto/point_cloud.pb.h"
+#include "ovimux/dds/bulk_message.hpp"
 
-// Wire messages into public records. Each makes the one copy of the payload that a sample needs; pixels stay encoded as
-// they came. A message without a time has time 0.
+// Wire messages into public records. Pixels stay encoded as they came. A message without a time has time 0.
 //
 // False for an empty message, with `out` untouched. An empty `out` is filled with a new record first.
 namespace norvik::sdk {
@@ -35,5 +36,22 @@ bool point_cloud2_proto_to_point_cloud2(const std::shared_ptr<sensor_proto::Poin
 // Acceleration comes in units of g and goes out in m/s^2. What the message lacks stays as it was in the record. False
 // also for an empty `out`.
 bool imu_proto_to_imu_data(const std::shared_ptr<sensor_proto::ImuSensor>& message, std::shared_ptr<ImuData>& out);
+
+// Messages as they come from the wire, with their large part apart. The record takes it from `sample`, without a copy.
+using ImageSample = ovimux::BulkMessage<sensor_proto::CompressedImage, sensor_proto::CompressedImage::kDataFieldNumber>;
+using CloudSample = ovimux::BulkMessage<sensor_proto::PointCloud2, sensor_proto::PointCloud2::kDataFieldNumber>;
+
+// Runs `convert`, one of these functions, on the message of `sample`.
+template <typename Sample, typename Record, typename Convert, typename... Arguments>
+bool convert_sample(const std::shared_ptr<Sample>& sample, std::shared_ptr<Record>& out, Convert convert,
+                    Arguments... arguments) {
+  if (!sample || !convert(std::shared_ptr<decltype(sample->message)>(sample, &sample->message), out, arguments...)) {
+    return false;
+  }
+  if (!sample->bulk.empty()) {
+    out->data = std::move(sample->bulk);
+  }
+  return true;
+}
 
 }  // namespace norvik::sdk

@@ -2,7 +2,6 @@
 #include <utility>
 
 #include "impl/sensor_base.hpp"
-#include "impl/sensor_conversion.hpp"
 #include "impl/sensor_json.hpp"
 #include "sdk_log.hpp"
 
@@ -36,7 +35,7 @@ void SensorBase::image_callback(const CameraChannel& camera, const ImageMessage&
 
 void SensorBase::rgb_image_callback(const CameraChannel& camera, const ImageMessage& message) {
   std::shared_ptr<RgbData> image;
-  if (!compressed_image_to_rgb_data(message, image)) {
+  if (!convert_sample(message, image, compressed_image_to_rgb_data)) {
     SDK_LOG(error) << camera.name << "_image_callback compressed_image_to_rgb_data failed";
     return;
   }
@@ -52,7 +51,7 @@ void SensorBase::rgb_image_callback(const CameraChannel& camera, const ImageMess
 void SensorBase::depth_image_callback(const CameraChannel& camera, const ImageMessage& message) {
   const auto [height, width] = image_size(camera.sensor);
   std::shared_ptr<DepthData> image;
-  if (!compressed_image_to_depth_data(message, image, height, width)) {
+  if (!convert_sample(message, image, compressed_image_to_depth_data, height, width)) {
     SDK_LOG(error) << camera.name << "_image_callback compressed_image_to_depth_data failed";
     return;
   }
@@ -66,7 +65,7 @@ void SensorBase::depth_image_callback(const CameraChannel& camera, const ImageMe
 void SensorBase::ir_image_callback(const CameraChannel& camera, const ImageMessage& message) {
   const auto [height, width] = image_size(camera.sensor);
   std::shared_ptr<IrData> image;
-  if (!compressed_image_to_ir_data(message, image, height, width)) {
+  if (!convert_sample(message, image, compressed_image_to_ir_data, height, width)) {
     SDK_LOG(error) << camera.name << "_image_callback compressed_image_to_ir_data failed";
     return;
   }
@@ -98,13 +97,13 @@ void SensorBase::camera_info_callback(const CameraChannel& camera,
   }
 }
 
-void SensorBase::lidar_callback(const std::shared_ptr<sensor_proto::PointCloud2>& message, SensorType sensor) {
+void SensorBase::lidar_callback(const std::shared_ptr<CloudSample>& message, SensorType sensor) {
   if (!message) {
     SDK_LOG(error) << "lidar_callback message is nullptr";
     return;
   }
   std::shared_ptr<LidarData> cloud;
-  if (!point_cloud2_proto_to_point_cloud2(message, cloud)) {
+  if (!convert_sample(message, cloud, point_cloud2_proto_to_point_cloud2)) {
     SDK_LOG(error) << "lidar_callback point_cloud2_proto_to_point_cloud2 failed";
     return;
   }

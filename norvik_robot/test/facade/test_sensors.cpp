@@ -24,9 +24,9 @@ class Sensors : public Facade {
     return arm_camera_channels()[0].infrared[0];
   }
   void image(S sensor, int64_t sec) {
-    auto message = std::make_shared<sensor_proto::CompressedImage>();
-    message->mutable_header()->mutable_timestamp()->set_sec(sec);
-    robot_.image_callback(camera(sensor), message);
+    auto sample = std::make_shared<ImageSample>();
+    sample->message.mutable_header()->mutable_timestamp()->set_sec(sec);
+    robot_.image_callback(camera(sensor), sample);
   }
   void joints(int64_t sec) {
     auto state = std::make_shared<JointStateMessage>();
@@ -43,40 +43,92 @@ class Sensors : public Facade {
   k2::NorvikRobotK2 robot_;
 };
 
-TEST_F(Sensors, PollingChecksFamilyThenChannelThenData) {
-  ASSERT_TRUE(open({S::HEAD_LEFT_CAMERA, S::TORSO_IMU, S::LEFT_ARM_INFRA_CAMERA_1, S::BASE_LIDAR}));
-  const struct {
-    std::function<bool()> is_empty;
-    const char* text;
-  } cases[] = {
-      {[&] { return !robot_.get_rgb_data(S::LEFT_ARM_DEPTH_CAMERA); }, "get_rgb_data error,input invalid"},
-      {[&] { return !robot_.get_rgb_data(S::HEAD_RIGHT_CAMERA); }, "get_rgb_data error,sensor interface init failed"},
-      {[&] { return !robot_.get_rgb_data(S::HEAD_LEFT_CAMERA); }, "get_rgb_data error,data fetch failed"},
-      {[&] { return !robot_.get_depth_data(S::LEFT_ARM_DEPTH_CAMERA); },
-       "get_depth_data error,sensor interface init failed"},
-      {[&] { return !robot_.get_ir_data(S::LEFT_ARM_INFRA_CAMERA_1); }, "get_ir_data error,data fetch failed"},
-      {[&] { return !robot_.get_camera_intrinsic(S::BASE_LIDAR); }, "get_camera_intrinsic error,input invalid"},
-      {[&] { return !robot_.get_camera_intrinsic(S::LEFT_ARM_INFRA_CAMERA_1); },
-       "get_camera_intrinsic error,data fetch failed"},
-      {[&] { return !robot_.get_lidar_data(S::HEAD_LEFT_CAMERA); },
-       "get_lidar_data error: sensor HEAD_LEFT_CAMERA is not initialized or not supported on this machine"},
-      {[&] { return !robot_.get_lidar_data(S::HEAD_LIDAR); }, "get_lidar_data error,sensor interface init failed"},
-      {[&] { return !robot_.get_imu_data_from_topic(S::HEAD_IMU); },
-       "get_imu_data error, input invalid, imu_type: HEAD_IMU"},
-      {[&] { return !robot_.get_imu_data(S::CHASSIS_IMU); },
-       "get_imu_data error, sensor interface init failed, imu_type: CHASSIS_IMU"},
-      {[&] { return !robot_.get_imu_data_from_topic(S::TORSO_IMU); },
-       "get_imu_data error, data fetch failed, imu_type: TORSO_IMU"},
-      {[&] { return !robot_.get_ultrasonic_data(static_cast<UltrasonicType>(8)); },
-       "get_ultrasonic_data error,sensor interface init failed (BASE_ULTRASONIC not enabled)"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.text);
-    log_.clear();
-    EXPECT_TRUE(c.is_empty());
-    EXPECT_EQ(log_.texts("error"), Texts{c.text});
-  }
+// What polling one sensor says at each stage: it is of another family, it was not opened, it has not been heard of.
+struct Poll {
+  std::string operation;
+  std::set<S> family;
+  std::function<bool(SensorBase&, S)> is_empty;
 
+  std::string text(S sensor, int stage) const {
+    const std::string name = sensor_type_string_map_.at(sensor);
+    const char* const reasons[] = {"input invalid", "sensor interface init failed", "data fetch failed"};
+    if (operation == "get_lidar_data" && stage == 0) {
+      return operation + " error: sensor " + name + " is not initialized or not supported on this machine";
+    }
+    return operation == "get_imu_data" ? operation + " error, " + reasons[stage] + ", imu_type: " + name
+                                       : operation + " error," + reasons[stage];
+  }
+};
+
+std::vector<Poll> polls(const std::set<S>& imus) {
+  const std::set<S> colour = {
+      S::HEAD_LEFT_CAMERA,          S::HEAD_RIGHT_CAMERA,          S::LEFT_ARM_CAMERA,
+      S::RIGHT_ARM_CAMERA,          S::LEFT_FRONT_SURROUND_CAMERA, S::RIGHT_FRONT_SURROUND_CAMERA,
+      S::LEFT_REAR_SURROUND_CAMERA, S::RIGHT_REAR_SURROUND_CAMERA};
+  const std::set<S> depth = {S::LEFT_ARM_DEPTH_CAMERA, S::RIGHT_ARM_DEPTH_CAMERA};
+  const std::set<S> infrared = {S::LEFT_ARM_INFRA_CAMERA_1, S::LEFT_ARM_INFRA_CAMERA_2, S::RIGHT_ARM_INFRA_CAMERA_1,
+                                S::RIGHT_ARM_INFRA_CAMERA_2};
+  const std::set<S> lidars = {S::BASE_LIDAR, S::HEAD_LIDAR, S::BACK_LIDAR, S::CHASSIS_LIDAR};
+  std::set<S> cameras = colour;
+  cameras.insert(depth.begin(), depth.end());
+  cameras.insert(infrared.begin(), infrared.end());
+  return {{"get_rgb_data", colour, [](auto& robot, S sensor) { return !robot.get_rgb_data(sensor); }},
+          {"get_depth_data", depth, [](auto& robot, S sensor) { return !robot.get_depth_data(sensor); }},
+          {"get_ir_data", infrared, [](auto& robot, S sensor) { return !robot.get_ir_data(sensor); }},
+          {"get_camera_intrinsic", cameras, [](auto& robot, S sensor) { return !robot.get_camera_intrinsic(sensor); }},
+          {"get_lidar_data", lidars, [](auto& robot, S sensor) { return !robot.get_lidar_data(sensor); }},
+          {"get_imu_data", imus, [](auto& robot, S sensor) { return !robot.get_imu_data_from_topic(sensor); }}};
+}
+
+// Sensors that the other model has cannot be opened.
+std::set<S> sensors_except(const std::set<S>& foreign) {
+  std::set<S> sensors;
+  for (int i = 0; i < static_cast<int>(S::SENSOR_NUM); ++i) {
+    sensors.insert(static_cast<S>(i));
+  }
+  for (const S sensor : foreign) {
+    sensors.erase(sensor);
+  }
+  return sensors;
+}
+
+template <typename Robot>
+void expect_records_of_every_poll(MachineType machine, const std::set<S>& opened, const std::set<S>& imus) {
+  test::SdkLogCapture log;
+  Robot robot;
+  ASSERT_TRUE(robot.sensor_base_init(opened, machine, false));
+  for (const Poll& poll : polls(imus)) {
+    for (const S sensor : sensors_except({})) {
+      const int stage = poll.family.count(sensor) == 0 ? 0 : opened.count(sensor) == 0 ? 1 : 2;
+      log.clear();
+      EXPECT_TRUE(poll.is_empty(robot, sensor));
+      EXPECT_EQ(log.texts("error"), Texts{poll.text(sensor, stage)});
+    }
+  }
+}
+
+TEST_F(Facade, EverySensorIsRefusedWithItsReason) {
+  const std::set<S> k2_imus = {S::TORSO_IMU, S::LIDAR_IMU, S::CHASSIS_IMU};
+  const std::set<S> r5_imus = {S::HEAD_IMU, S::BACK_IMU, S::CHASSIS_IMU};
+  const std::set<S> k2_sensors =
+      sensors_except({S::HEAD_LIDAR, S::BACK_LIDAR, S::CHASSIS_LIDAR, S::HEAD_IMU, S::BACK_IMU});
+  const std::set<S> r5_sensors =
+      sensors_except({S::BASE_LIDAR, S::TORSO_IMU, S::LIDAR_IMU, S::LEFT_FRONT_SURROUND_CAMERA,
+                      S::RIGHT_FRONT_SURROUND_CAMERA, S::LEFT_REAR_SURROUND_CAMERA, S::RIGHT_REAR_SURROUND_CAMERA});
+  for (const bool opened : {false, true}) {
+    using k2::NorvikRobotK2;
+    using r5::NorvikRobotR5;
+    expect_records_of_every_poll<NorvikRobotK2>(MachineType::K2, opened ? k2_sensors : std::set<S>(), k2_imus);
+    expect_records_of_every_poll<NorvikRobotR5>(MachineType::R5, opened ? r5_sensors : std::set<S>(), r5_imus);
+  }
+}
+
+TEST_F(Sensors, PollingGivesTheNewestSampleUntilABetterOneComes) {
+  ASSERT_TRUE(open({S::HEAD_LEFT_CAMERA}));
+  log_.clear();
+  EXPECT_EQ(robot_.get_ultrasonic_data(static_cast<UltrasonicType>(8)), nullptr);
+  EXPECT_EQ(log_.texts("error"),
+            Texts{"get_ultrasonic_data error,sensor interface init failed (BASE_ULTRASONIC not enabled)"});
   image(S::HEAD_LEFT_CAMERA, 1);
   const auto sample = robot_.get_rgb_data(S::HEAD_LEFT_CAMERA);
   ASSERT_NE(sample, nullptr);

@@ -49,7 +49,8 @@ void DDSSubListenerCore::set_task() {
 int64_t DDSSubListenerCore::transit_threshold_ms() const { return GlobalData::Instance()->getReaderSubThreshold(); }
 
 int DDSSubListenerCore::enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& /*info*/) {
-  return queue_.write(std::make_shared<Entry>(std::move(envelope.raw_data), envelope.seq));
+  return queue_.write(
+      std::make_shared<Sample>(Sample{std::move(envelope.raw_data), std::move(envelope.bulk), envelope.seq}));
 }
 
 int DDSSubListenerCore::check_ready(const char* missing_callback_text) const {
@@ -85,24 +86,24 @@ int DDSSubListenerCore::threadpoll_callonce_task() {
 // False when there is nothing to deliver, or nobody to deliver it to.
 bool DDSSubListenerCore::deliver_next() {
   const CallbackGate::Pass pass(gate_);
-  std::shared_ptr<Entry> entry;
-  if (!pass || queue_.read(entry) != 0) {
+  std::shared_ptr<Sample> sample;
+  if (!pass || queue_.read(sample) != 0) {
     return false;
   }
-  if (entry) {  // Empty only where the 32-bit indices have wrapped.
-    deliver_timed(*entry);
-    recycler().give(std::move(entry->first));
+  if (sample) {  // Empty only where the 32-bit indices have wrapped.
+    deliver_timed(*sample);
+    recycler().give(std::move(sample->bytes));
   }
   return true;
 }
 
-void DDSSubListenerCore::deliver_timed(const Entry& entry) {
-  const uint32_t seq = entry.second;
+void DDSSubListenerCore::deliver_timed(Sample& sample) {
+  const uint32_t seq = sample.seq;
   OVIMUX_LOG(kDebug) << "ovimux callback called start, topic: " << topic() << ", callback auto mode: " << callback_auto_
                      << " , index: " << seq;
   const int64_t threshold_ms = GlobalData::Instance()->getReaderCallbackThreshold();
   const auto start = std::chrono::steady_clock::now();
-  deliver(entry.first);
+  deliver(sample);
   const auto elapsed = std::chrono::steady_clock::now() - start;
   const int64_t elapsed_ms = std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
   if (threshold_ms <= elapsed_ms) {

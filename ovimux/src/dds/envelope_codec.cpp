@@ -68,6 +68,17 @@ bool write_payload(const Envelope& envelope, uint8_t* target, size_t size) {
   return true;
 }
 
+void read_payload(const uint8_t* payload, size_t size, Envelope& envelope) {
+  const BulkPart part = envelope.find_bulk != nullptr ? envelope.find_bulk(payload, size) : BulkPart{};
+  const uint8_t* const content = payload + part.content.offset;
+  envelope.bulk.assign(content, content + part.content.size);
+  envelope.raw_data.assign(payload, payload + (part.whole.size > 0 ? part.whole.offset : size));
+  if (part.whole.size > 0) {
+    envelope.raw_data.insert(envelope.raw_data.end(), payload + part.whole.offset + part.whole.size, payload + size);
+  }
+  envelope.payload_size = size;
+}
+
 }  // namespace
 
 size_t encode_envelope(const Envelope& envelope, size_t bound, uint8_t* buffer, size_t capacity) {
@@ -116,7 +127,7 @@ bool decode_envelope(const uint8_t* buffer, size_t length, size_t bound, Envelop
   if (size > bound || size > length - kEnvelopeHeaderSize) {
     return false;
   }
-  envelope.raw_data.assign(buffer + kEnvelopeHeaderSize, buffer + kEnvelopeHeaderSize + size);
+  read_payload(buffer + kEnvelopeHeaderSize, size, envelope);
   return true;
 }
 

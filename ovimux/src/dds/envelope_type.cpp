@@ -30,6 +30,7 @@ bool EnvelopeType::deserialize(eprosima::fastrtps::rtps::SerializedPayload_t* pa
   auto& envelope = *static_cast<Envelope*>(data);
   if (!decode_envelope(payload->data, payload->length, bound_, envelope)) {
     envelope.raw_data.clear();
+    envelope.bulk.clear();
     envelope.pkg_len = -1;
   }
   return true;

@@ -46,6 +46,7 @@ void SubListenerBase::on_data_available(DataReader* reader) {
                      << ", topic: " << topic_;
   Envelope envelope;
   envelope.raw_data = recycler_.take();
+  envelope.find_bulk = find_bulk();
   SampleInfo info;
   while (reader->take_next_sample(&envelope, &info) == ReturnCode_t::RETCODE_OK) {
     handle_sample(envelope, info);
@@ -81,7 +82,7 @@ bool SubListenerBase::is_usable(const Envelope& envelope, const SampleInfo& info
   if (!accept(info)) {
     return false;
   }
-  if (envelope.pkg_len < 0 || static_cast<size_t>(envelope.pkg_len) != envelope.raw_data.size()) {
+  if (envelope.pkg_len < 0 || static_cast<size_t>(envelope.pkg_len) != envelope.payload_size) {
     OVIMUX_LOG(kError) << kind_.name << ": data vector check failed, topic: " << topic_;
     return false;
   }
@@ -97,11 +98,11 @@ void SubListenerBase::account(const Envelope& envelope) {
     OVIMUX_LOG(kWarning) << kind_.name << ": data used time " << transit_us / 1000 << " ms, over sub threshold "
                          << transit_threshold_ms() << " ms, topic: " << topic_ << ", index: " << log_index(envelope);
   }
-  Statistics::Instance().on_channel_msg_recv(topic_, kind_.statistics_kind, envelope.raw_data.size(), transit_us);
+  Statistics::Instance().on_channel_msg_recv(topic_, kind_.statistics_kind, envelope.payload_size, transit_us);
   OVIMUX_LOG(kDebug) << kind_.name << " data available, topic: " << topic_ << ", index: " << log_index(envelope)
                      << ", token: " << envelope.token << ", timestamp_sec: " << envelope.timestamp_sec
                      << ", timestamp_nsec: " << envelope.timestamp_nsec << ", pkg_len: " << envelope.pkg_len
-                     << ", data_len: " << envelope.raw_data.size() << ", crc: " << envelope.crc;
+                     << ", data_len: " << envelope.payload_size << ", crc: " << envelope.crc;
 }
 
 void SubListenerBase::kick() {

@@ -4,6 +4,7 @@
 
 #include "dds/envelope_codec.hpp"
 #include "dds/envelope_type.hpp"
+#include "ovimux/dds/bulk_message.hpp"
 
 namespace norvik::ovimux {
 namespace {
@@ -186,6 +187,54 @@ TEST(EnvelopeType, NamesItsTypesAndTurnsMalformedPayloadsIntoDroppableOnes) {
   EXPECT_TRUE(type.deserialize(&payload, &received));
   EXPECT_EQ(-1, received.pkg_len);
   EXPECT_TRUE(received.raw_data.empty());
+}
+
+// The pieces of a message: field 1 a varint, field 2 a string, field 3 bytes, field 4 a group.
+const std::string kNumber = std::string("\x08\x96\x01");
+const std::string kText = std::string("\x12\x02hi");
+const std::string kContent(200, 'p');
+const std::string kBulk = std::string("\x1a\xc8\x01") + kContent;
+const std::string kGroup = std::string("\x23\x08\x01\x24");
+const std::string kEmptyBulk = std::string("\x1a\0", 2);
+
+TEST(Bulk, IsFoundWhereThereIsOne) {
+  for (const auto& [before, after] : std::vector<std::pair<std::string, std::string>>{
+           {"", ""}, {kNumber + kText, ""}, {"", kGroup + kNumber}, {kGroup + kText, kText + kNumber}}) {
+    const std::string payload = before + kBulk + after;
+    SCOPED_TRACE(::testing::PrintToString(payload));
+    Envelope envelope;
+    envelope.raw_data.assign(payload.begin(), payload.end());
+    envelope.pkg_len = static_cast<int32_t>(payload.size());
+    Envelope received;
+    received.find_bulk = [](const uint8_t* data, size_t size) { return find_bytes_field(data, size, 3); };
+    ASSERT_TRUE(decode(encode(envelope), received));
+    EXPECT_EQ(std::string(received.raw_data.begin(), received.raw_data.end()), before + after);
+    EXPECT_EQ(std::string(received.bulk.begin(), received.bulk.end()), kContent);
+    EXPECT_EQ(received.payload_size, payload.size());
+  }
+}
+
+// Such payloads are left to the parser in one piece.
+TEST(Bulk, IsLeftInAnythingUnusual) {
+  const std::string payloads[] = {
+      "",
+      kNumber,
+      kEmptyBulk,
+      kBulk + kBulk,                                   // The last one counts, which the parser knows.
+      kBulk.substr(0, kBulk.size() - 1),               // Ends too early.
+      kBulk + "\x12\x05hi",                            // Another field does.
+      kBulk + "\x24",                                  // The end of no group.
+      kBulk + std::string("\0", 1),                    // No field.
+      "\x1a\xff\xff\xff\xff\x0f" + kContent,           // A length of 4 GB,
+      "\x1a\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01",  // and a negative one.
+      std::string("\x1d") + "abcd",                    // The number of the field, but a fixed 32-bit value.
+  };
+  for (const std::string& payload : payloads) {
+    const std::vector<uint8_t> exact(payload.begin(), payload.end());
+    const BulkPart part = find_bytes_field(exact.data(), exact.size(), 3);
+    EXPECT_EQ(part.whole.size, 0U) << ::testing::PrintToString(payload);
+    EXPECT_EQ(part.content.size, 0U) << ::testing::PrintToString(payload);
+  }
 }
 
 }  // namespace

@@ -41,8 +41,14 @@ class OVIMUX_EXPORT DDSSubListenerCore : public SubListenerBase {
   int threadpoll_callonce_task();
 
  protected:
+  struct Sample {
+    std::vector<uint8_t> bytes;
+    std::vector<uint8_t> bulk;  // The large part, which `bytes` lacks; empty for a message without one.
+    uint32_t seq;
+  };
+
   virtual bool has_callback() const = 0;
-  virtual void deliver(const std::vector<uint8_t>& bytes) = 0;
+  virtual void deliver(Sample& sample) = 0;
   virtual std::weak_ptr<DDSSubListenerCore> weak_core() = 0;
 
   bool accept(const eprosima::fastdds::dds::SampleInfo& /*info*/) override { return true; }
@@ -51,16 +57,14 @@ class OVIMUX_EXPORT DDSSubListenerCore : public SubListenerBase {
   bool kicks_task() const override { return callback_auto_; }
 
  private:
-  using Entry = std::pair<std::vector<uint8_t>, uint32_t>;  // The bytes of a sample and its seq.
-
   int check_ready(const char* missing_callback_text) const;
   bool deliver_next();
-  void deliver_timed(const Entry& entry);
+  void deliver_timed(Sample& sample);
 
   const bool callback_auto_;
   const bool callback_inline_;
   CallbackGate gate_;
-  MsgQueue<Entry> queue_;
+  MsgQueue<Sample> queue_;
 };
 
 // The receiving side of a reader of T: parses and calls back.
@@ -93,11 +97,16 @@ class DDSSubSerializationListener : public DDSSubListenerCore,
   }
 
  protected:
+  using Sample = DDSSubListenerCore::Sample;
+
   bool has_callback() const override { return static_cast<bool>(guarded_callback_); }
 
-  void deliver(const std::vector<uint8_t>& bytes) override {
+  FindBulk find_bulk() const override { return PayloadCodec<T>::kFindBulk; }
+
+  void deliver(Sample& sample) override {
     const auto message = std::make_shared<T>();
-    PayloadCodec<T>::decode(bytes.data(), bytes.size(), *message);
+    PayloadCodec<T>::decode(sample.bytes.data(), sample.bytes.size(), *message);
+    PayloadCodec<T>::take_bulk(std::move(sample.bulk), *message);
     guarded_callback_(message, ctx_);
   }
 

@@ -18,6 +18,20 @@ class PayloadSource {
   virtual bool write_to(uint8_t* target, size_t size) const = 0;
 };
 
+// A part of a payload, in bytes from its start. An empty one is no part.
+struct PayloadPart {
+  size_t offset = 0;
+  size_t size = 0;
+};
+
+// How the large part of a payload of one message type lies in it: `whole` with the encoding around it, `content`
+// without.
+struct BulkPart {
+  PayloadPart whole;
+  PayloadPart content;
+};
+using FindBulk = BulkPart (*)(const uint8_t* payload, size_t size);
+
 // One sample of a topic: a serialised message with its sender and time.
 struct Envelope {
   int32_t token = 0;           // Identifies the sender.
@@ -36,6 +50,12 @@ struct Envelope {
 
   // Not on the wire. When set, it stands for raw_data on sending and writes pkg_len bytes.
   const PayloadSource* source = nullptr;
+
+  // Not on the wire. When set, the large part of a payload that arrives goes to `bulk` and only the rest to raw_data,
+  // so that a large sample is copied once.
+  FindBulk find_bulk = nullptr;
+  std::vector<uint8_t> bulk;
+  size_t payload_size = 0;  // Of the sample that arrived, both parts and the encoding between them.
 };
 
 }  // namespace norvik::ovimux

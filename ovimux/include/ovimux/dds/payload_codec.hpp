@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "ovimux/dds/envelope.hpp"
 
@@ -24,6 +25,8 @@ struct PayloadCodec {
   static void decode(const uint8_t* data, size_t size, T& message) {
     message.ParseFromArray(data, static_cast<int>(size));
   }
+  static constexpr FindBulk kFindBulk = nullptr;  // No part is kept apart.
+  static void take_bulk(std::vector<uint8_t>&& /*bulk*/, T& /*message*/) {}
   static std::string type_name() { return T::descriptor()->full_name(); }
 };
 
@@ -38,6 +41,8 @@ struct PayloadCodec<std::string> {
   static void decode(const uint8_t* data, size_t size, std::string& message) {
     message.assign(reinterpret_cast<const char*>(data), size);
   }
+  static constexpr FindBulk kFindBulk = nullptr;
+  static void take_bulk(std::vector<uint8_t>&& /*bulk*/, std::string& /*message*/) {}
   static std::string type_name() { return "raw"; }
 };
 
