@@ -101,8 +101,8 @@ const char* sensor_frame(SensorType sensor, MachineType machine) {
   return sensor == S::CHASSIS_IMU && machine == MachineType::K2 ? "chassis_imu_link" : kFrames[index];
 }
 
-const std::vector<CameraChannel>& camera_channels() {
-  static const std::vector<CameraChannel> channels = {
+const std::array<CameraChannel, 10>& camera_channels() {
+  static constexpr std::array<CameraChannel, 10> channels = {{
       {S::HEAD_LEFT_CAMERA, CameraKind::rgb, "/front_head_camera/left_color/image_raw",
        "/front_head_camera/left_color/camera_info", "left_head_camera", true},
       {S::HEAD_RIGHT_CAMERA, CameraKind::rgb, "/front_head_camera/right_color/image_raw",
@@ -123,12 +123,12 @@ const std::vector<CameraChannel>& camera_channels() {
        "/left_rear_surround/color/camera_info", "left_rear_surround_camera", false},
       {S::RIGHT_REAR_SURROUND_CAMERA, CameraKind::rgb, "/right_rear_surround/color/image_raw",
        "/right_rear_surround/color/camera_info", "right_rear_surround_camera", false},
-  };
+  }};
   return channels;
 }
 
-const std::vector<ArmCameraChannel>& arm_camera_channels() {
-  static const std::vector<ArmCameraChannel> channels = {
+const std::array<ArmCameraChannel, 2>& arm_camera_channels() {
+  static constexpr std::array<ArmCameraChannel, 2> channels = {{
       {"/cam_arm_l/meta_data/params",
        "left_arm_camera_param_callback",
        {infrared(S::LEFT_ARM_INFRA_CAMERA_1, "/left_arm_camera/infra1/image_rect_raw",
@@ -141,7 +141,7 @@ const std::vector<ArmCameraChannel>& arm_camera_channels() {
                  "/right_arm_camera/infra1/camera_info", "right_arm_infra_camera_1"),
         infrared(S::RIGHT_ARM_INFRA_CAMERA_2, "/right_arm_camera/infra2/image_rect_raw",
                  "/right_arm_camera/infra2/camera_info", "right_arm_infra_camera_2")}},
-  };
+  }};
   return channels;
 }
 
@@ -175,11 +175,16 @@ const std::vector<ImuChannel>& imu_channels(MachineType machine) {
   return none;
 }
 
-const std::unordered_map<UltrasonicType, std::string>& ultrasonic_keys() {
+const std::array<UltrasonicKey, 8>& ultrasonic_keys() {
   using U = UltrasonicType;
-  static const std::unordered_map<U, std::string> keys = {
-      {U::ULTRASONIC_0, "u1"}, {U::ULTRASONIC_1, "u8"}, {U::ULTRASONIC_2, "u7"}, {U::ULTRASONIC_3, "u6"},
-      {U::ULTRASONIC_4, "u4"}, {U::ULTRASONIC_5, "u5"}, {U::ULTRASONIC_6, "u3"}, {U::ULTRASONIC_7, "u2"}};
+  static constexpr std::array<UltrasonicKey, 8> keys = {{{U::ULTRASONIC_0, "u1"},
+                                                         {U::ULTRASONIC_1, "u8"},
+                                                         {U::ULTRASONIC_2, "u7"},
+                                                         {U::ULTRASONIC_3, "u6"},
+                                                         {U::ULTRASONIC_4, "u4"},
+                                                         {U::ULTRASONIC_5, "u5"},
+                                                         {U::ULTRASONIC_6, "u3"},
+                                                         {U::ULTRASONIC_7, "u2"}}};
   return keys;
 }
 

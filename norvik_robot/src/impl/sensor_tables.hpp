@@ -1,8 +1,8 @@
 #pragma once
 
+#include <array>
 #include <set>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include <norvik_sdk/types.hpp>
@@ -30,6 +30,9 @@ std::string sensor_type_to_string(SensorType sensor);
 // The frame that a sensor's data is given in; null for a sensor without one.
 const char* sensor_frame(SensorType sensor, MachineType machine);
 
+// Tables that callbacks use hold nothing that is destroyed: workers of the middleware may still run while the process
+// ends.
+
 enum class CameraKind { rgb, depth, ir };
 
 struct CameraChannel {
@@ -42,7 +45,7 @@ struct CameraChannel {
 };
 
 // The cameras whose channels are opened at initialisation, in that order.
-const std::vector<CameraChannel>& camera_channels();
+const std::array<CameraChannel, 10>& camera_channels();
 
 // An arm camera has two infrared imagers; a latched parameter topic tells whether they run.
 struct ArmCameraChannel {
@@ -50,7 +53,7 @@ struct ArmCameraChannel {
   const char* param_callback;
   CameraChannel infrared[2];
 };
-const std::vector<ArmCameraChannel>& arm_camera_channels();
+const std::array<ArmCameraChannel, 2>& arm_camera_channels();
 
 struct LidarChannel {
   SensorType sensor;
@@ -68,6 +71,10 @@ struct ImuChannel {
 const std::vector<ImuChannel>& imu_channels(MachineType machine);
 
 // The key of each ultrasonic sensor in the robot's report.
-const std::unordered_map<UltrasonicType, std::string>& ultrasonic_keys();
+struct UltrasonicKey {
+  UltrasonicType type;
+  const char* key;
+};
+const std::array<UltrasonicKey, 8>& ultrasonic_keys();
 
 }  // namespace norvik::sdk

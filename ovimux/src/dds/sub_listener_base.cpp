@@ -34,6 +34,9 @@ int64_t transit_time_us(const Envelope& envelope) {
 SubListenerBase::SubListenerBase(const Kind& kind, std::string topic, const Qos& qos)
     : qos_(qos), kind_(kind), topic_(std::move(topic)) {}
 
+// Waits for a reception that is about to return.
+SubListenerBase::~SubListenerBase() { const std::lock_guard<std::mutex> lock(receive_mutex_); }
+
 void SubListenerBase::on_data_available(DataReader* reader) {
   const DdsThreadScope dds_thread;
   if (!OK()) {

@@ -31,6 +31,7 @@ class OVIMUX_EXPORT SubListenerBase : public eprosima::fastdds::dds::DataReaderL
   };
 
   SubListenerBase(const Kind& kind, std::string topic, const Qos& qos);
+  ~SubListenerBase() override;
 
   void on_data_available(eprosima::fastdds::dds::DataReader* reader) final;
   void on_subscription_matched(eprosima::fastdds::dds::DataReader* reader,
