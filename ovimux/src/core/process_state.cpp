@@ -1,8 +1,13 @@
 #include "core/process_state.hpp"
 
+#include <stdlib.h>
+#include <unistd.h>
+
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
-#include <cstdlib>
+#include <cstdio>
+#include <exception>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -54,10 +59,52 @@ void on_termination_signal() {
 void (*g_exit_handler)() = nullptr;
 std::thread::id g_exiting_thread;  // Set before g_exiting.
 
-void at_exit() {
+// Ends the process, with the status that it was to have, when it has not been dismissed in time. DDS may never come
+// back from closing: it can lock up when peers leave under load.
+class ExitDeadline {
+ public:
+  explicit ExitDeadline(int status) {
+    try {
+      thread_ = std::thread([this, status] { wait(status); });
+    } catch (const std::exception& error) {
+      OVIMUX_LOG(kWarning) << "no thread to watch the closing of DDS: " << error.what();
+    }
+  }
+  ~ExitDeadline() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      dismissed_ = true;
+    }
+    changed_.notify_all();
+    if (thread_.joinable()) {
+      thread_.join();
+    }
+  }
+  ExitDeadline(const ExitDeadline&) = delete;
+  ExitDeadline& operator=(const ExitDeadline&) = delete;
+
+ private:
+  void wait(int status) {
+    constexpr std::chrono::seconds kLongestClosing{5};  // Usual are some milliseconds.
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (!changed_.wait_for(lock, kLongestClosing, [this] { return dismissed_; })) {
+      OVIMUX_LOG(kError) << "DDS did not close, ending the process without it";
+      std::fflush(stdout);
+      ::_exit(status);
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool dismissed_ = false;
+  std::thread thread_;
+};
+
+void at_exit(int status, void* /*unused*/) {
   g_exiting_thread = std::this_thread::get_id();
   g_exiting.store(true);
   g_running.store(false);
+  const ExitDeadline deadline(status);
   g_exit_handler();
 }
 
@@ -67,7 +114,7 @@ void register_exit_handler(void (*handler)()) {
   static std::once_flag once;
   std::call_once(once, [handler] {
     g_exit_handler = handler;
-    std::atexit(at_exit);
+    ::on_exit(at_exit, nullptr);  // Unlike atexit, tells the status.
   });
 }
 

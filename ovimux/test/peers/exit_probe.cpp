@@ -1,5 +1,5 @@
 // A program that ends in a way that its arguments choose, as applications do: KEY=VALUE...
-//   way       return, exit, callback_exit, sigterm
+//   way       return, exit, callback_exit, sigterm, stuck (returns while a writer never comes back)
 //   ending    none, shutdown, clear
 //   holder    local, static_before, static_after (before or after the middleware's start)
 //   publishes 0, 1: another thread publishes and requests until the end
@@ -24,6 +24,34 @@ namespace {
 constexpr int kExitCode = 7;
 
 std::atomic<bool> g_exit_in_callback{false};
+
+// A message that is never done being written, with its writer locked.
+struct EndlessMessage {};
+std::atomic<bool> g_stuck{false};
+
+}  // namespace
+
+template <>
+struct norvik::ovimux::PayloadCodec<EndlessMessage> {
+  static size_t byte_size(const EndlessMessage& /*message*/) { return 1; }
+  static bool can_encode(const EndlessMessage& /*message*/) { return true; }
+  static bool encode(const EndlessMessage& /*message*/, uint8_t* /*target*/, size_t /*size*/) {
+    g_stuck = true;
+    std::this_thread::sleep_for(std::chrono::hours(1));
+    return false;
+  }
+  static std::string type_name() { return "raw"; }
+};
+
+namespace {
+
+void get_stuck(ovimux::Node& node) {
+  const auto writer = node.CreateWriter<EndlessMessage>("exit/stuck", ovimux::Qos{});
+  std::thread([writer] { writer->Publish(std::make_shared<EndlessMessage>()); }).detach();
+  while (!g_stuck) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+}
 
 // What an application keeps: a node, and endpoints of every kind.
 struct Endpoints {
@@ -88,6 +116,9 @@ void leave(const std::string& way, Endpoints& endpoints) {
     while (ovimux::OK()) {
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
+  }
+  if (way == "stuck") {
+    get_stuck(*endpoints.node);
   }
   if (way == "callback_exit") {
     const auto writer = endpoints.writer;  // The holder is destroyed under this thread's feet.

@@ -73,6 +73,17 @@ TEST_P(Exits, AreCleanWithADeadPeer) {
   run();
 }
 
+using StuckExit = test::WireTest;
+
+// Not even a middleware that hangs keeps a process from ending.
+TEST_F(StuckExit, IsGivenUpAndKeepsItsStatus) {
+  PeerProcess probe(OVIMUX_EXIT_PROBE, {"way=stuck", "ending=none", "holder=static_before", "publishes=0", "ms=100"});
+  const auto status = probe.wait(std::chrono::seconds(15));
+  ASSERT_TRUE(status.has_value()) << "still running";
+  EXPECT_TRUE(WIFEXITED(*status));
+  EXPECT_EQ(7, WEXITSTATUS(*status));
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Ways, Exits,
     ::testing::Values(ExitCase{"return", "none", "local", false}, ExitCase{"return", "none", "static_before", true},
