@@ -72,7 +72,8 @@ std::string read_some(int fd, Clock::time_point deadline) {
 
 SimulatorProcess::SimulatorProcess(std::vector<std::string> arguments) : arguments_(std::move(arguments)) {}
 
-SimulatorProcess::~SimulatorProcess() { kill_hard(); }
+// Gently: Fast DDS may crash in a process that ends within a second of the death of a peer that held its shared memory.
+SimulatorProcess::~SimulatorProcess() { terminate(std::chrono::seconds(5)); }
 
 bool SimulatorProcess::start(std::chrono::milliseconds limit) { return pid_ < 0 && spawn() && read_ready_line(limit); }
 
