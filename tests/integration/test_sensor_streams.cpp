@@ -306,7 +306,7 @@ TEST(BadData, OfAnyShapeLeavesTheApplicationRunning) {
 
 TEST(Observation, HoldsUnderLoadFromFourThreads) {
   LiveRobot live(kK2, {"--camera-size", "320x240", "--camera-rate", "30"});
-  const auto cameras = all_of({kDepth[0]}, all_of(kColour, kSurround));
+  const auto cameras = all_of(kDepth, all_of(kColour, kSurround));  // Ten; the first is the anchor.
   ASSERT_TRUE(live.start_with({cameras.begin(), cameras.end()}));
   auto& robot = live.robot();
   ASSERT_TRUE(eventually([&] { return robot.get_synced_observation(cameras, true) != nullptr; }));
@@ -317,7 +317,7 @@ TEST(Observation, HoldsUnderLoadFromFourThreads) {
     while (std::chrono::steady_clock::now() < end) {
       const auto observation = robot.get_synced_observation(cameras, true);
       ASSERT_TRUE(observation && observation->joint_state);
-      ASSERT_EQ(observation->rgb_data.size(), cameras.size() - 1);
+      ASSERT_EQ(observation->rgb_data.size() + observation->depth_data.size(), cameras.size());
       const int64_t anchor_ns = observation->depth_data.at(kDepth[0])->timestamp_ns;
       ASSERT_GE(anchor_ns, last_ns);
       last_ns = anchor_ns;
