@@ -1,4 +1,4 @@
-// Moves the left arm of a K2 and reads its joints back.
+// Moves the left arm and reads its joints back.
 //
 //   move_arm                   moves the arm and back-checks where it is; exit status 0 when it arrived
 //   move_arm --until-refused   then sends small commands until the robot refuses one, to show what a refusal looks
@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
   const bool until_refused = argc > 1 && std::string(argv[1]) == "--until-refused";
 
   // One object per robot model and process.
-  auto& robot = NorvikRobot::get_instance(MachineType::K2);
+  auto& robot = NorvikRobot::get_instance(examples::model());
   if (!examples::connect(robot)) {
     robot.destroy();
     return 1;

@@ -1,4 +1,4 @@
-// Saves one scan of the base's lidar as a PCD file (default: scan.pcd), which point cloud viewers open.
+// Saves one scan of the chassis' lidar as a PCD file (default: scan.pcd), which point cloud viewers open.
 
 #include <cstring>
 #include <fstream>
@@ -10,6 +10,9 @@ using namespace norvik::sdk;
 namespace {
 
 std::string file_name = "scan.pcd";
+
+// The same lidar has a name of its own on each model.
+SensorType lidar() { return examples::model() == MachineType::K2 ? SensorType::BASE_LIDAR : SensorType::CHASSIS_LIDAR; }
 
 // Where a field of the cloud's points is; the points' size when there is no such field.
 uint32_t offset_of(const LidarData& cloud, const std::string& name) {
@@ -48,7 +51,7 @@ bool write_pcd(const LidarData& cloud, std::ostream& out) {
 
 bool save_scan(NorvikRobot& robot) {
   std::shared_ptr<LidarData> cloud;
-  if (!examples::wait_until([&] { return (cloud = robot.get_lidar_data(SensorType::BASE_LIDAR)) != nullptr; }, 5.0)) {
+  if (!examples::wait_until([&] { return (cloud = robot.get_lidar_data(lidar())) != nullptr; }, 5.0)) {
     std::cout << "No scan came." << std::endl;
     return false;
   }
@@ -62,5 +65,5 @@ int main(int argc, char** argv) {
   if (argc > 1) {
     file_name = argv[1];
   }
-  return examples::run(save_scan, {SensorType::BASE_LIDAR});
+  return examples::run(save_scan, {lidar()});
 }

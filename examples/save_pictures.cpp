@@ -14,15 +14,20 @@ constexpr double kPatience = 5.0;     // seconds
 constexpr double kFarthest = 5000.0;  // pixel value that gets the last of the false colours
 std::filesystem::path folder = ".";
 
-const std::set<SensorType> kColourCameras = {SensorType::HEAD_LEFT_CAMERA,
-                                             SensorType::HEAD_RIGHT_CAMERA,
-                                             SensorType::LEFT_ARM_CAMERA,
-                                             SensorType::RIGHT_ARM_CAMERA,
-                                             SensorType::LEFT_FRONT_SURROUND_CAMERA,
-                                             SensorType::RIGHT_FRONT_SURROUND_CAMERA,
-                                             SensorType::LEFT_REAR_SURROUND_CAMERA,
-                                             SensorType::RIGHT_REAR_SURROUND_CAMERA};
+const std::set<SensorType> kColourCameras = {SensorType::HEAD_LEFT_CAMERA, SensorType::HEAD_RIGHT_CAMERA,
+                                             SensorType::LEFT_ARM_CAMERA, SensorType::RIGHT_ARM_CAMERA};
+const std::set<SensorType> kSurroundCameras = {
+    SensorType::LEFT_FRONT_SURROUND_CAMERA, SensorType::RIGHT_FRONT_SURROUND_CAMERA,
+    SensorType::LEFT_REAR_SURROUND_CAMERA, SensorType::RIGHT_REAR_SURROUND_CAMERA};
 const std::set<SensorType> kDepthCameras = {SensorType::LEFT_ARM_DEPTH_CAMERA, SensorType::RIGHT_ARM_DEPTH_CAMERA};
+
+std::set<SensorType> colour_cameras() {
+  std::set<SensorType> cameras = kColourCameras;
+  if (examples::model() == MachineType::K2) {  // The R5 has no surround cameras.
+    cameras.insert(kSurroundCameras.begin(), kSurroundCameras.end());
+  }
+  return cameras;
+}
 
 bool save(SensorType camera, const cv::Mat& picture) {
   const auto file = folder / (sensor_type_string_map_.at(camera) + ".png");
@@ -59,7 +64,7 @@ bool save_depth(NorvikRobot& robot, SensorType camera) {
 
 bool save_all(NorvikRobot& robot) {
   bool all = true;
-  for (const SensorType camera : kColourCameras) {
+  for (const SensorType camera : colour_cameras()) {
     all = save_colour(robot, camera) && all;
   }
   for (const SensorType camera : kDepthCameras) {
@@ -75,7 +80,7 @@ int main(int argc, char** argv) {
     folder = argv[1];
     std::filesystem::create_directories(folder);
   }
-  std::set<SensorType> cameras = kColourCameras;
+  std::set<SensorType> cameras = colour_cameras();
   cameras.insert(kDepthCameras.begin(), kDepthCameras.end());
   return examples::run(save_all, cameras);
 }

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <set>
@@ -22,6 +23,12 @@ inline const char* name_of(ControlStatus status) {
       "STOPPED_UNREACHED", "DATA_FETCH_FAILED", "PUBLISH_FAIL", "COMM_DISCONNECTED"};
   const auto index = static_cast<size_t>(status);
   return index < std::size(kNames) ? kNames[index] : "unknown";
+}
+
+// The model of the robot: NORVIK_MODEL is k2, which is the default, or r5.
+inline MachineType model() {
+  const char* const name = std::getenv("NORVIK_MODEL");
+  return name != nullptr && std::string(name) == "r5" ? MachineType::R5 : MachineType::K2;
 }
 
 // Looks every 10 ms until the condition holds; false when it does not in time.
@@ -87,11 +94,11 @@ inline bool report(NorvikRobot& robot, const std::string& what, ControlStatus st
   return false;
 }
 
-// Runs an example on the K2: connects, lets it work, says how it ended. The result is the program's exit status.
+// Runs an example: connects, lets it work, says how it ended. The result is the program's exit status.
 // Only the `sensors` that it names are opened; `synced` is what get_synced_observation() needs.
 inline int run(const std::function<bool(NorvikRobot&)>& example, const std::set<SensorType>& sensors = {},
                bool synced = false) {
-  auto& robot = NorvikRobot::get_instance(MachineType::K2);
+  auto& robot = NorvikRobot::get_instance(model());
   const bool good = connect(robot, sensors, synced) && example(robot);
   std::cout << (good ? "Done." : "Failed.") << std::endl;
   robot.destroy();  // The last call of a program.

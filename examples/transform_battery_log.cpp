@@ -40,7 +40,7 @@ bool print_log(NorvikRobot& robot) {
 
 bool ask(NorvikRobot& robot) {
   const bool transform = print_transform(robot);
-  const bool battery = print_battery(robot);
+  const bool battery = examples::model() == MachineType::R5 || print_battery(robot);  // Only the K2 reports one.
   return print_log(robot) && transform && battery;
 }
 

@@ -4,22 +4,24 @@
 # in build/demo/pictures, and at last the arm refuses a command. Ends by itself; exit status 0 only if arm, base and
 # gripper did what they were told and every camera gave a picture.
 #
-#   ./scripts/demo.sh [--jobs N]
+#   ./scripts/demo.sh [--model k2|r5] [--jobs N]
 #
 # The full output of every step is kept in build/demo/demo.log.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/common.sh
 
-jobs=$(default_jobs)
+jobs=$(default_jobs) model=k2
 while [ $# -gt 0 ]; do
   case "$1" in
     -h | --help) sed -n '2,/^set/{s/^# \{0,1\}//p}' "$0"; exit 0 ;;
+    --model) model=${2:?--model needs a name}; shift ;;
     --jobs | -j) jobs=${2:?--jobs needs a number}; shift ;;
     *) echo "demo.sh: unknown option $1 (see --help)" >&2; exit 2 ;;
   esac
   shift
 done
+[[ $model =~ ^(k2|r5)$ ]] || { echo "demo.sh: the model is k2 or r5" >&2; exit 2; }
 
 readonly demo_dir=$PWD/build/demo
 readonly log=$demo_dir/demo.log robot_output=$demo_dir/robot.out arm_output=$demo_dir/move_arm.out
@@ -113,12 +115,12 @@ say "Building the examples against the installed package"
 } >>"$log" 2>&1 || die "the examples do not build"
 
 OVIMUX_DOMAIN_ID=$(free_domain)
-export OVIMUX_DOMAIN_ID OVIMUX_LOCALHOST_ONLY=1 NORVIK_SDK_SKIP_VERSION_CHECK=1
+export OVIMUX_DOMAIN_ID OVIMUX_LOCALHOST_ONLY=1 NORVIK_SDK_SKIP_VERSION_CHECK=1 NORVIK_MODEL=$model
 export PATH=$install_dir/bin:$PATH
 
-say "Starting the simulated robot (DDS domain $OVIMUX_DOMAIN_ID, this machine only)"
+say "Starting the simulated robot, model $model (DDS domain $OVIMUX_DOMAIN_ID, this machine only)"
 : >"$robot_output"
-norvik_simulator --model k2 >"$robot_output" 2>>"$log" &
+norvik_simulator --model "$model" >"$robot_output" 2>>"$log" &
 robot=$!
 wait_for "$robot_output" '^norvik_simulator ready' "$robot" 20 || die "the simulated robot did not start"
 cat "$robot_output" | tee -a "$log"
