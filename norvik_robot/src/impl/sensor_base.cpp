@@ -202,7 +202,7 @@ ControlStatus SensorBase::add_lidar_callback(SensorType sensor,
 
 void SensorBase::update_joint_sync_history(const std::shared_ptr<JointStateMessage>& state) {
   if (sync_mode_) {
-    histories_.push_joint(state);
+    histories_.push_joint_history(state);
   }
 }
 

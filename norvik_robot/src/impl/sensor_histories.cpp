@@ -26,19 +26,19 @@ SensorHistories::SensorHistories() : joints_(kJointCapacity) {
   }
 }
 
-void SensorHistories::push_rgb(SensorType sensor, const std::shared_ptr<RgbData>& frame) {
+void SensorHistories::push_rgb_history(SensorType sensor, const std::shared_ptr<RgbData>& frame) {
   if (auto* const history = find_history(rgb_, sensor)) {
     history->push(frame);
   }
 }
 
-void SensorHistories::push_depth(SensorType sensor, const std::shared_ptr<DepthData>& frame) {
+void SensorHistories::push_depth_history(SensorType sensor, const std::shared_ptr<DepthData>& frame) {
   if (auto* const history = find_history(depth_, sensor)) {
     history->push(frame);
   }
 }
 
-void SensorHistories::push_joint(const std::shared_ptr<JointStateMessage>& state) { joints_.push(state); }
+void SensorHistories::push_joint_history(const std::shared_ptr<JointStateMessage>& state) { joints_.push(state); }
 
 const TimestampedRingBuffer<RgbData>* SensorHistories::rgb(SensorType sensor) const {
   return find_history(rgb_, sensor);

@@ -17,9 +17,9 @@ class SensorHistories {
   SensorHistories();
 
   // Ignore empty records and sensors of another kind.
-  void push_rgb(SensorType sensor, const std::shared_ptr<RgbData>& frame);
-  void push_depth(SensorType sensor, const std::shared_ptr<DepthData>& frame);
-  void push_joint(const std::shared_ptr<JointStateMessage>& state);
+  void push_rgb_history(SensorType sensor, const std::shared_ptr<RgbData>& frame);
+  void push_depth_history(SensorType sensor, const std::shared_ptr<DepthData>& frame);
+  void push_joint_history(const std::shared_ptr<JointStateMessage>& state);
 
   // Null for a sensor of another kind.
   const TimestampedRingBuffer<RgbData>* rgb(SensorType sensor) const;

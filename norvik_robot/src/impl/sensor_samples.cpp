@@ -20,7 +20,7 @@ void store(const Buffers& buffers, Key key, const std::shared_ptr<Record>& recor
 
 void SensorBase::image_callback(const CameraChannel& camera, const ImageMessage& message) {
   if (!message) {
-    SDK_LOG(error) << camera.name << "_image_callback message is nullptr";
+    SDK_LOG(error) << camera.image_callback << " message is nullptr";
     return;
   }
   switch (camera.kind) {
@@ -36,12 +36,12 @@ void SensorBase::image_callback(const CameraChannel& camera, const ImageMessage&
 void SensorBase::rgb_image_callback(const CameraChannel& camera, const ImageMessage& message) {
   std::shared_ptr<RgbData> image;
   if (!convert_sample(message, image, compressed_image_to_rgb_data)) {
-    SDK_LOG(error) << camera.name << "_image_callback compressed_image_to_rgb_data failed";
+    SDK_LOG(error) << camera.image_callback << " compressed_image_to_rgb_data failed";
     return;
   }
   store(rgb_buffers_, camera.sensor, image);
   if (sync_mode_) {
-    histories_.push_rgb(camera.sensor, image);
+    histories_.push_rgb_history(camera.sensor, image);
   }
   if (camera.runs_callbacks) {
     rgb_callbacks_.run(camera.sensor, image);
@@ -52,12 +52,12 @@ void SensorBase::depth_image_callback(const CameraChannel& camera, const ImageMe
   const auto [height, width] = image_size(camera.sensor);
   std::shared_ptr<DepthData> image;
   if (!convert_sample(message, image, compressed_image_to_depth_data, height, width)) {
-    SDK_LOG(error) << camera.name << "_image_callback compressed_image_to_depth_data failed";
+    SDK_LOG(error) << camera.image_callback << " compressed_image_to_depth_data failed";
     return;
   }
   store(depth_buffers_, camera.sensor, image);
   if (sync_mode_) {
-    histories_.push_depth(camera.sensor, image);
+    histories_.push_depth_history(camera.sensor, image);
   }
   depth_callbacks_.run(camera.sensor, image);
 }
@@ -66,7 +66,7 @@ void SensorBase::ir_image_callback(const CameraChannel& camera, const ImageMessa
   const auto [height, width] = image_size(camera.sensor);
   std::shared_ptr<IrData> image;
   if (!convert_sample(message, image, compressed_image_to_ir_data, height, width)) {
-    SDK_LOG(error) << camera.name << "_image_callback compressed_image_to_ir_data failed";
+    SDK_LOG(error) << camera.image_callback << " compressed_image_to_ir_data failed";
     return;
   }
   store(ir_buffers_, camera.sensor, image);
@@ -83,12 +83,12 @@ std::pair<uint32_t, uint32_t> SensorBase::image_size(SensorType sensor) const {
 void SensorBase::camera_info_callback(const CameraChannel& camera,
                                       const std::shared_ptr<sensor_proto::CameraInfo>& message) {
   if (!message) {
-    SDK_LOG(error) << camera.name << "_info_callback message is nullptr";
+    SDK_LOG(error) << camera.info_callback << " message is nullptr";
     return;
   }
   std::shared_ptr<CameraInfo> info;
   if (!camera_info_proto_to_camera_info(message, info)) {
-    SDK_LOG(error) << camera.name << "_info_callback camera_info_proto_to_camera_info failed";
+    SDK_LOG(error) << camera.info_callback << " camera_info_proto_to_camera_info failed";
     return;
   }
   store(camera_info_buffers_, camera.sensor, info);

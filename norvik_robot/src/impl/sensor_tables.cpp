@@ -47,8 +47,9 @@ std::set<S> imu_sensors(MachineType machine) {
   return {S::CHASSIS_IMU};
 }
 
-constexpr CameraChannel infrared(S sensor, const char* image_topic, const char* info_topic, const char* name) {
-  return {sensor, CameraKind::ir, image_topic, info_topic, name, true};
+constexpr CameraChannel infrared(S sensor, const char* image_topic, const char* info_topic, const char* image_callback,
+                                 const char* info_callback) {
+  return {sensor, CameraKind::ir, image_topic, info_topic, image_callback, info_callback, true};
 }
 
 }  // namespace
@@ -104,25 +105,33 @@ const char* sensor_frame(SensorType sensor, MachineType machine) {
 const std::array<CameraChannel, 10>& camera_channels() {
   static constexpr std::array<CameraChannel, 10> channels = {{
       {S::HEAD_LEFT_CAMERA, CameraKind::rgb, "/front_head_camera/left_color/image_raw",
-       "/front_head_camera/left_color/camera_info", "left_head_camera", true},
+       "/front_head_camera/left_color/camera_info", "left_head_camera_image_callback", "left_head_camera_info_callback",
+       true},
       {S::HEAD_RIGHT_CAMERA, CameraKind::rgb, "/front_head_camera/right_color/image_raw",
-       "/front_head_camera/right_color/camera_info", "right_head_camera", true},
+       "/front_head_camera/right_color/camera_info", "right_head_camera_image_callback",
+       "right_head_camera_info_callback", true},
       {S::LEFT_ARM_CAMERA, CameraKind::rgb, "/left_arm_camera/color/image_raw", "/left_arm_camera/color/camera_info",
-       "left_arm_camera", true},
+       "left_arm_camera_image_callback", "left_arm_camera_info_callback", true},
       {S::LEFT_ARM_DEPTH_CAMERA, CameraKind::depth, "/left_arm_camera/depth/image_raw",
-       "/left_arm_camera/depth/camera_info", "left_arm_depth_camera", true},
+       "/left_arm_camera/depth/camera_info", "left_arm_depth_camera_image_callback",
+       "left_arm_depth_camera_info_callback", true},
       {S::RIGHT_ARM_CAMERA, CameraKind::rgb, "/right_arm_camera/color/image_raw", "/right_arm_camera/color/camera_info",
-       "right_arm_camera", true},
+       "right_arm_camera_image_callback", "right_arm_camera_info_callback", true},
       {S::RIGHT_ARM_DEPTH_CAMERA, CameraKind::depth, "/right_arm_camera/depth/image_raw",
-       "/right_arm_camera/depth/camera_info", "right_arm_depth_camera", true},
+       "/right_arm_camera/depth/camera_info", "right_arm_depth_camera_image_callback",
+       "right_arm_depth_camera_info_callback", true},
       {S::LEFT_FRONT_SURROUND_CAMERA, CameraKind::rgb, "/left_front_surround/color/image_raw",
-       "/left_front_surround/color/camera_info", "left_front_surround_camera", false},
+       "/left_front_surround/color/camera_info", "left_front_surround_camera_image_callback",
+       "left_front_surround_camera_info_callback", false},
       {S::RIGHT_FRONT_SURROUND_CAMERA, CameraKind::rgb, "/right_front_surround/color/image_raw",
-       "/right_front_surround/color/camera_info", "right_front_surround_camera", false},
+       "/right_front_surround/color/camera_info", "right_front_surround_camera_image_callback",
+       "right_front_surround_camera_info_callback", false},
       {S::LEFT_REAR_SURROUND_CAMERA, CameraKind::rgb, "/left_rear_surround/color/image_raw",
-       "/left_rear_surround/color/camera_info", "left_rear_surround_camera", false},
+       "/left_rear_surround/color/camera_info", "left_rear_surround_camera_image_callback",
+       "left_rear_surround_camera_info_callback", false},
       {S::RIGHT_REAR_SURROUND_CAMERA, CameraKind::rgb, "/right_rear_surround/color/image_raw",
-       "/right_rear_surround/color/camera_info", "right_rear_surround_camera", false},
+       "/right_rear_surround/color/camera_info", "right_rear_surround_camera_image_callback",
+       "right_rear_surround_camera_info_callback", false},
   }};
   return channels;
 }
@@ -132,15 +141,19 @@ const std::array<ArmCameraChannel, 2>& arm_camera_channels() {
       {"/cam_arm_l/meta_data/params",
        "left_arm_camera_param_callback",
        {infrared(S::LEFT_ARM_INFRA_CAMERA_1, "/left_arm_camera/infra1/image_rect_raw",
-                 "/left_arm_camera/infra1/camera_info", "left_arm_infra_camera_1"),
+                 "/left_arm_camera/infra1/camera_info", "left_arm_infra_camera_1_image_callback",
+                 "left_arm_infra_camera_1_info_callback"),
         infrared(S::LEFT_ARM_INFRA_CAMERA_2, "/left_arm_camera/infra2/image_rect_raw",
-                 "/left_arm_camera/infra2/camera_info", "left_arm_infra_camera_2")}},
+                 "/left_arm_camera/infra2/camera_info", "left_arm_infra_camera_2_image_callback",
+                 "left_arm_infra_camera_2_info_callback")}},
       {"/cam_arm_r/meta_data/params",
        "right_arm_camera_param_callback",
        {infrared(S::RIGHT_ARM_INFRA_CAMERA_1, "/right_arm_camera/infra1/image_rect_raw",
-                 "/right_arm_camera/infra1/camera_info", "right_arm_infra_camera_1"),
+                 "/right_arm_camera/infra1/camera_info", "right_arm_infra_camera_1_image_callback",
+                 "right_arm_infra_camera_1_info_callback"),
         infrared(S::RIGHT_ARM_INFRA_CAMERA_2, "/right_arm_camera/infra2/image_rect_raw",
-                 "/right_arm_camera/infra2/camera_info", "right_arm_infra_camera_2")}},
+                 "/right_arm_camera/infra2/camera_info", "right_arm_infra_camera_2_image_callback",
+                 "right_arm_infra_camera_2_info_callback")}},
   }};
   return channels;
 }

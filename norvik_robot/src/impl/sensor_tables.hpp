@@ -40,7 +40,8 @@ struct CameraChannel {
   CameraKind kind;
   const char* image_topic;
   const char* info_topic;
-  const char* name;     // Heads the log texts of its callbacks.
+  const char* image_callback;  // Names of its callbacks; one implementation serves those of all cameras.
+  const char* info_callback;
   bool runs_callbacks;  // Samples of the surround cameras are polled only.
 };
 

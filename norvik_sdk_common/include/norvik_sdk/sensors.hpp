@@ -198,7 +198,7 @@ struct LidarData {
 
 struct UltrasonicData {
   int64_t timestamp_ns = 0;
-  double distance = 0.0;  // as the sensor tells it
+  double distance = 0.0;  // metres
 };
 
 // Force and torque at the wrist, newtons and newton metres in the sensor's frame.
