@@ -181,7 +181,6 @@ class WbcBase : public virtual NorvikRobot {
                                         JointInfoMap& groups, double& time_s);
   // The group targets of both in one, moved and not copied: a trajectory may hold 100 000 commands. `merged` may be
   // empty.
-  static TargetPtr merge_targets(TargetPtr merged, TargetPtr target);
   TargetPtr build_point_target(const JointInfoMap& groups, double time_from_start_s) const;
   ControlStatus request_joint_target(const TargetPtr& target, const std::vector<std::string>& groups, double timeout_s,
                                      const char* operation);

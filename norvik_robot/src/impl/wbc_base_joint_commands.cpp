@@ -98,24 +98,12 @@ ControlStatus WbcBase::prepare_joint_positions(const std::vector<double>& positi
                                   time_s);
 }
 
-WbcBase::TargetPtr WbcBase::merge_targets(TargetPtr merged, TargetPtr target) {
-  if (!merged) {
-    return target;
-  }
-  auto& groups = *merged->mutable_target_group_trajectory_map();
-  for (auto& [group, trajectory] : *target->mutable_target_group_trajectory_map()) {
-    groups[group].Swap(&trajectory);
-  }
-  return merged;
-}
-
 WbcBase::TargetPtr WbcBase::build_point_target(const JointInfoMap& groups, double time_from_start_s) const {
-  TargetPtr merged;
+  TargetPtr target = TargetProtoBuilder::make_target();
   for (const auto& [group, joints] : groups) {
-    TargetPtr target = target_proto_builder_->generate_target_point(group, joints, time_from_start_s, true);
-    merged = merge_targets(std::move(merged), std::move(target));
+    target_proto_builder_->add_target_point(group, joints, time_from_start_s, true, *target);
   }
-  return merged;
+  return target;
 }
 
 ControlStatus WbcBase::request_joint_target(const TargetPtr& target, const std::vector<std::string>& groups,

@@ -91,13 +91,11 @@ ControlStatus WbcBase::prepare_trajectory(Trajectory& trajectory, const char* op
 }
 
 WbcBase::TargetPtr WbcBase::build_trajectory_target(const GroupTrajectoryMap& groups) const {
-  TargetPtr merged;
+  TargetPtr target = TargetProtoBuilder::make_target();
   for (const auto& [group, trajectory] : groups) {
-    TargetPtr target =
-        target_proto_builder_->generate_target_trajectory(group, trajectory.joint_names, trajectory.points, true);
-    merged = merge_targets(std::move(merged), std::move(target));
+    target_proto_builder_->add_target_trajectory(group, trajectory.joint_names, trajectory.points, true, *target);
   }
-  return merged;
+  return target;
 }
 
 ControlStatus WbcBase::wait_for_trajectory(SteadyTime start, double timeout_s, const std::vector<std::string>& groups) {

@@ -53,12 +53,12 @@ bool check_joint_groups(const JointManager& joint_manager, size_t count, const s
 }
 
 bool append_joint(const JointManager& joint_manager, CommonUtils::JointInfo joint, JointInfoMap& out) {
-  const auto group = joint_manager.group_name_of(joint.name);
-  if (!group) {
+  const auto* const group = joint_manager.find_group_of_joint(joint.name);
+  if (group == nullptr) {
     SDK_LOG(error) << "unknown joint name: " << joint.name;
     return false;
   }
-  out[*group].push_back(std::move(joint));
+  out[group->group_name].push_back(std::move(joint));
   return true;
 }
 

@@ -39,16 +39,21 @@ bool JointManager::has_joint_group(const std::string& group) const { return find
 
 bool JointManager::has_joint(const std::string& joint) const {
   // Active joints, nearly all that is asked for, are found without a walk through the table.
-  return is_active_joint(joint) || group_name_of(joint).has_value();
+  return is_active_joint(joint) || find_group_of_joint(joint) != nullptr;
 }
 
 std::optional<std::string> JointManager::group_name_of(const std::string& joint) const {
+  const JointGroupMetadata* row = find_group_of_joint(joint);
+  return row == nullptr ? std::nullopt : std::make_optional(row->group_name);
+}
+
+const JointManager::JointGroupMetadata* JointManager::find_group_of_joint(const std::string& joint) const {
   for (const JointGroupMetadata& row : joint_group_metadata_table()) {
     if (contains(row.joint_names, joint)) {
-      return row.group_name;
+      return &row;
     }
   }
-  return std::nullopt;
+  return nullptr;
 }
 
 bool JointManager::is_active_joint(const std::string& joint) const { return active_joint_set().count(joint) != 0; }

@@ -51,6 +51,8 @@ class JointManager {
   bool has_joint_group(const std::string& group) const;
   bool has_joint(const std::string& joint) const;
   std::optional<std::string> group_name_of(const std::string& joint) const;
+  // The group that the joint belongs to; null for an unknown joint.
+  const JointGroupMetadata* find_group_of_joint(const std::string& joint) const;
 
   bool is_active_joint(const std::string& joint) const;
   // A known group with joints, all of which may be commanded.

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include <google/protobuf/arena.h>
+
 #include "impl/wbc/frame_ids.hpp"
 #include "impl/wbc/proto_time.hpp"
 #include "impl/wbc/target_proto_parts.hpp"
@@ -25,6 +27,10 @@ struct ConfigValues {
 };
 
 constexpr int kPriority = 1;
+
+// Bytes: a set-point of both arms fits into the first.
+constexpr size_t kFirstBlock = 8 * 1024;
+constexpr size_t kLargestBlock = 1024 * 1024;
 
 constexpr ConfigValues kEndEffectorCommand = {tavrinox_proto::TARGET_DATA_DEFAULT, tavrinox_proto::TARGET_TYPE_OVERRIDE,
                                               tavrinox_proto::TARGET_SAMPLING_DIRECT_PASS};
@@ -104,6 +110,14 @@ TargetProtoBuilder::TargetProtoBuilder(std::shared_ptr<JointManager> joint_manag
 
 TargetProtoBuilder::~TargetProtoBuilder() = default;
 
+TargetProtoBuilder::TargetPtr TargetProtoBuilder::make_target() {
+  google::protobuf::ArenaOptions options;
+  options.start_block_size = kFirstBlock;
+  options.max_block_size = kLargestBlock;
+  const auto arena = std::make_shared<google::protobuf::Arena>(options);
+  return {arena, google::protobuf::Arena::CreateMessage<tavrinox_proto::TavrinoXTarget>(arena.get())};
+}
+
 void TargetProtoBuilder::merge_tavrinox_target(const TargetPtr& destination, const TargetPtr& source) const {
   sdk::merge_tavrinox_target(destination, source);
 }
@@ -120,7 +134,7 @@ TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_point(const st
                                                                         const std::vector<JointCommand>& commands,
                                                                         double time_from_start_s,
                                                                         bool override_running) const {
-  auto target = std::make_shared<tavrinox_proto::TavrinoXTarget>();
+  auto target = make_target();
   const tavrinox_proto::TargetType type = point_type(group, override_running);
   tavrinox_proto::TargetGroupTrajectory& trajectory = add_group(*target, group, type);
   for (int i = 1; i <= joint_num; ++i) {
@@ -137,23 +151,36 @@ TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_point(const st
 TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_point(
     const std::string& group, const std::vector<CommonUtils::JointInfo>& joints, double time_from_start_s,
     bool override_running) const {
-  auto target = std::make_shared<tavrinox_proto::TavrinoXTarget>();
+  auto target = make_target();
+  add_target_point(group, joints, time_from_start_s, override_running, *target);
+  return target;
+}
+
+void TargetProtoBuilder::add_target_point(const std::string& group, const std::vector<CommonUtils::JointInfo>& joints,
+                                          double time_from_start_s, bool override_running,
+                                          tavrinox_proto::TavrinoXTarget& target) const {
   const tavrinox_proto::TargetType type = point_type(group, override_running);
-  tavrinox_proto::TargetGroupTrajectory& trajectory = add_group(*target, group, type);
+  tavrinox_proto::TargetGroupTrajectory& trajectory = add_group(target, group, type);
   tavrinox_proto::GroupCommand& point = add_point(trajectory, time_from_start_s, type);
   for (const CommonUtils::JointInfo& joint : joints) {
     trajectory.add_joint_names(joint.name);
     add_joint_command(joint, point);
   }
-  return target;
 }
 
 TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_trajectory(
     const std::string& group, const std::vector<std::string>& joint_names, const std::vector<TrajectoryPoint>& points,
     bool override_running) const {
-  auto target = std::make_shared<tavrinox_proto::TavrinoXTarget>();
+  auto target = make_target();
+  add_target_trajectory(group, joint_names, points, override_running, *target);
+  return target;
+}
+
+void TargetProtoBuilder::add_target_trajectory(const std::string& group, const std::vector<std::string>& joint_names,
+                                               const std::vector<TrajectoryPoint>& points, bool override_running,
+                                               tavrinox_proto::TavrinoXTarget& target) const {
   tavrinox_proto::TargetGroupTrajectory& trajectory = add_group(
-      *target, group, override_running ? tavrinox_proto::TARGET_TYPE_PROVERRIDE : tavrinox_proto::TARGET_TYPE_DEFAULT);
+      target, group, override_running ? tavrinox_proto::TARGET_TYPE_PROVERRIDE : tavrinox_proto::TARGET_TYPE_DEFAULT);
   trajectory.mutable_joint_names()->Assign(joint_names.begin(), joint_names.end());
   trajectory.mutable_group_commands()->Reserve(static_cast<int>(points.size()));
   for (const TrajectoryPoint& point : points) {
@@ -164,13 +191,12 @@ TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_trajectory(
       add_joint_command(joint_command, command);
     }
   }
-  return target;
 }
 
 TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_end_effector_command(
     const std::vector<std::vector<double>>& poses, const std::vector<std::string>& end_effector_frames,
     const std::vector<std::string>& reference_frames) const {
-  auto target = std::make_shared<tavrinox_proto::TavrinoXTarget>();
+  auto target = make_target();
   tavrinox_proto::TargetTaskTrajectory& task = add_task(*target, kWholeBodyTask, kEndEffectorCommand);
   tavrinox_proto::TaskCommand& command = *task.add_task_commands();
   set_duration_truncated(0.0, *command.mutable_time_from_start());
@@ -183,13 +209,13 @@ TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_end_effector_c
 }
 
 TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_end_effector_clear() const {
-  auto target = std::make_shared<tavrinox_proto::TavrinoXTarget>();
+  auto target = make_target();
   add_task(*target, kWholeBodyTask, kEndEffectorClear);
   return target;
 }
 
 TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_chassis_twist(double vx, double vy, double wz) const {
-  auto target = std::make_shared<tavrinox_proto::TavrinoXTarget>();
+  auto target = make_target();
   tavrinox_proto::TargetTaskTrajectory& task = add_task(*target, get_chassis_group_name_impl(), kChassisTwist);
   task.add_subtask_names(make_unique_subtask_name("chassis_twist"));
   tavrinox_proto::TaskCommand& command = *task.add_task_commands();
@@ -207,7 +233,7 @@ TargetProtoBuilder::TargetPtr TargetProtoBuilder::generate_target_chassis_pose(d
                                                                                const std::string& frame_id,
                                                                                const std::string& reference_frame_id,
                                                                                double time_from_start_s) const {
-  auto target = std::make_shared<tavrinox_proto::TavrinoXTarget>();
+  auto target = make_target();
   tavrinox_proto::TargetTaskTrajectory& task = add_task(*target, get_chassis_group_name_impl(), kChassisPose);
   task.add_subtask_names(make_unique_subtask_name("chassis_pose"));
   tavrinox_proto::TaskCommand& command = *task.add_task_commands();

@@ -29,6 +29,10 @@ class TargetProtoBuilder {
 
   virtual const std::string& get_chassis_group_name_impl() const = 0;
 
+  // An empty target. Its parts lie in one piece of memory that goes with it, because long trajectories have hundreds of
+  // thousands of them.
+  static TargetPtr make_target();
+
   // One point for "<group>_joint1" to "<group>_joint<joint_num>". An end effector that overrides a running target
   // starts at once, whatever `time_from_start_s` says.
   TargetPtr generate_target_point(const std::string& group, int joint_num, const std::vector<JointCommand>& commands,
@@ -36,9 +40,15 @@ class TargetProtoBuilder {
   // The same for joints that carry their names.
   TargetPtr generate_target_point(const std::string& group, const std::vector<CommonUtils::JointInfo>& joints,
                                   double time_from_start_s, bool override_running) const;
+  // Adds it to a target of several groups.
+  void add_target_point(const std::string& group, const std::vector<CommonUtils::JointInfo>& joints,
+                        double time_from_start_s, bool override_running, tavrinox_proto::TavrinoXTarget& target) const;
 
   TargetPtr generate_target_trajectory(const std::string& group, const std::vector<std::string>& joint_names,
                                        const std::vector<TrajectoryPoint>& points, bool override_running) const;
+  void add_target_trajectory(const std::string& group, const std::vector<std::string>& joint_names,
+                             const std::vector<TrajectoryPoint>& points, bool override_running,
+                             tavrinox_proto::TavrinoXTarget& target) const;
 
   // Poses as [x, y, z, qx, qy, qz, qw], one frame and one reference frame for each.
   TargetPtr generate_target_end_effector_command(const std::vector<std::vector<double>>& poses,
