@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "norvik/core_proto/wrapper.pb.h"
+#include "ovimux/dds/bulk_message.hpp"
 #include "ovimux/dds/service_server_base.hpp"
 #include "ovimux/node.hpp"
 #include "ovimux/ovimux.hpp"
@@ -35,20 +36,27 @@ class OvimuxPublisher : public NumberPublisher {
   std::shared_ptr<BytesValue> message_ = std::make_shared<BytesValue>();
 };
 
+// Large samples travel as pictures and clouds do.
+using BulkBytes = ovimux::BulkMessage<BytesValue, BytesValue::kValueFieldNumber>;
+
+const void* bytes_of(const BytesValue& message) { return message.value().data(); }
+const void* bytes_of(const BulkBytes& message) { return message.bulk.data(); }
+
+template <typename Message>
 class OvimuxSubscription : public Subscription {
  public:
   OvimuxSubscription(ovimux::Node& node, const std::string& topic, size_t size, std::function<void(int64_t)> callback)
-      : reader_(node.CreateReader<BytesValue>(
+      : reader_(node.CreateReader<Message>(
             topic,
-            [callback = std::move(callback)](const std::shared_ptr<BytesValue>& message, const void*) {
+            [callback = std::move(callback)](const std::shared_ptr<Message>& message, const void*) {
               int64_t number = 0;
-              std::memcpy(&number, message->value().data(), sizeof(number));
+              std::memcpy(&number, bytes_of(*message), sizeof(number));
               callback(number);
             },
             qos_for(size))) {}
 
  private:
-  std::shared_ptr<ovimux::SerializationReader<BytesValue>> reader_;
+  std::shared_ptr<ovimux::SerializationReader<Message>> reader_;
 };
 
 class OvimuxEchoServer : public Subscription {
@@ -90,7 +98,10 @@ class OvimuxStack : public Stack {
   }
   std::unique_ptr<Subscription> subscribe(const std::string& topic, size_t size,
                                           std::function<void(int64_t)> callback) override {
-    return std::make_unique<OvimuxSubscription>(*node_, topic, size, std::move(callback));
+    if (size > kLargestSmallSize) {
+      return std::make_unique<OvimuxSubscription<BulkBytes>>(*node_, topic, size, std::move(callback));
+    }
+    return std::make_unique<OvimuxSubscription<BytesValue>>(*node_, topic, size, std::move(callback));
   }
   std::unique_ptr<Subscription> echo_server(const std::string& service) override {
     return std::make_unique<OvimuxEchoServer>(service);
