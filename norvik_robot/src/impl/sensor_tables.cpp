@@ -103,7 +103,7 @@ const char* sensor_frame(SensorType sensor, MachineType machine) {
 }
 
 const std::array<CameraChannel, 10>& camera_channels() {
-  static constexpr std::array<CameraChannel, 10> channels = {{
+  static constexpr std::array<CameraChannel, 10> kChannels = {{
       {S::HEAD_LEFT_CAMERA, CameraKind::rgb, "/front_head_camera/left_color/image_raw",
        "/front_head_camera/left_color/camera_info", "left_head_camera_image_callback", "left_head_camera_info_callback",
        true},
@@ -133,11 +133,11 @@ const std::array<CameraChannel, 10>& camera_channels() {
        "/right_rear_surround/color/camera_info", "right_rear_surround_camera_image_callback",
        "right_rear_surround_camera_info_callback", false},
   }};
-  return channels;
+  return kChannels;
 }
 
 const std::array<ArmCameraChannel, 2>& arm_camera_channels() {
-  static constexpr std::array<ArmCameraChannel, 2> channels = {{
+  static constexpr std::array<ArmCameraChannel, 2> kChannels = {{
       {"/cam_arm_l/meta_data/params",
        "left_arm_camera_param_callback",
        {infrared(S::LEFT_ARM_INFRA_CAMERA_1, "/left_arm_camera/infra1/image_rect_raw",
@@ -155,7 +155,7 @@ const std::array<ArmCameraChannel, 2>& arm_camera_channels() {
                  "/right_arm_camera/infra2/camera_info", "right_arm_infra_camera_2_image_callback",
                  "right_arm_infra_camera_2_info_callback")}},
   }};
-  return channels;
+  return kChannels;
 }
 
 const std::vector<LidarChannel>& lidar_channels() {
@@ -190,15 +190,15 @@ const std::vector<ImuChannel>& imu_channels(MachineType machine) {
 
 const std::array<UltrasonicKey, 8>& ultrasonic_keys() {
   using U = UltrasonicType;
-  static constexpr std::array<UltrasonicKey, 8> keys = {{{U::ULTRASONIC_0, "u1"},
-                                                         {U::ULTRASONIC_1, "u8"},
-                                                         {U::ULTRASONIC_2, "u7"},
-                                                         {U::ULTRASONIC_3, "u6"},
-                                                         {U::ULTRASONIC_4, "u4"},
-                                                         {U::ULTRASONIC_5, "u5"},
-                                                         {U::ULTRASONIC_6, "u3"},
-                                                         {U::ULTRASONIC_7, "u2"}}};
-  return keys;
+  static constexpr std::array<UltrasonicKey, 8> kKeys = {{{U::ULTRASONIC_0, "u1"},
+                                                          {U::ULTRASONIC_1, "u8"},
+                                                          {U::ULTRASONIC_2, "u7"},
+                                                          {U::ULTRASONIC_3, "u6"},
+                                                          {U::ULTRASONIC_4, "u4"},
+                                                          {U::ULTRASONIC_5, "u5"},
+                                                          {U::ULTRASONIC_6, "u3"},
+                                                          {U::ULTRASONIC_7, "u2"}}};
+  return kKeys;
 }
 
 }  // namespace norvik::sdk

@@ -15,20 +15,20 @@ namespace norvik::ovimux {
 // than once, or when the payload is no message: such a payload stays in one piece.
 OVIMUX_EXPORT BulkPart find_bytes_field(const uint8_t* payload, size_t size, int field);
 
-// A received message of type T whose bytes field number `kField` carries nearly everything, as a picture's pixels do.
+// A received message of type T whose bytes field number `Field` carries nearly everything, as a picture's pixels do.
 // On the way from the wire that field is copied once, into `bulk`; it is empty in `message` then. A payload that had to
 // stay in one piece has the field in `message`, and no `bulk`.
-template <typename T, int kField>
+template <typename T, int Field>
 struct BulkMessage {
   T message;
   std::vector<uint8_t> bulk;
 };
 
-template <typename T, int kField>
-struct PayloadCodec<BulkMessage<T, kField>> {
-  using Message = BulkMessage<T, kField>;
+template <typename T, int Field>
+struct PayloadCodec<BulkMessage<T, Field>> {
+  using Message = BulkMessage<T, Field>;
 
-  static BulkPart find_bulk(const uint8_t* payload, size_t size) { return find_bytes_field(payload, size, kField); }
+  static BulkPart find_bulk(const uint8_t* payload, size_t size) { return find_bytes_field(payload, size, Field); }
   static constexpr FindBulk kFindBulk = &find_bulk;
 
   static void decode(const uint8_t* data, size_t size, Message& message) {
