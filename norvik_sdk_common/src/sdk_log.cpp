@@ -7,7 +7,7 @@ namespace norvik::sdk {
 namespace {
 
 // A record repeats what a caller or a peer passed. A name of megabytes must not fill the log's disk.
-constexpr size_t kLongestRecord = 16 * 1024;
+constexpr size_t kLongestRecord = 16'384;
 
 std::string cut_long_record(std::string message) {
   if (message.size() > kLongestRecord) {

@@ -1,9 +1,9 @@
 #include "version_notifier.hpp"
 
-#include <signal.h>
 #include <curl/curl.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <memory>

@@ -66,6 +66,7 @@ TEST(DataBuffer, ReadersSeeWholeRecordsInOrder) {
   std::atomic<bool> done{false};
   std::atomic<int> faults{0};
   std::vector<std::thread> readers;
+  readers.reserve(3);
   for (int t = 0; t < 3; ++t) {
     readers.emplace_back([&] {
       for (int last = 0; !done;) {

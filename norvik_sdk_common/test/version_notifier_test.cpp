@@ -1,9 +1,8 @@
 #include "version_notifier.hpp"
 
-#include <stdlib.h>
-
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>

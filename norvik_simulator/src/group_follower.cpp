@@ -17,7 +17,7 @@ bool has_arrived(const JointMotion& joint, const JointLimits& limits) {
 
 }  // namespace
 
-GroupFollower::GroupFollower(std::vector<JointLimits> limits, std::vector<double> positions)
+GroupFollower::GroupFollower(std::vector<JointLimits> limits, const std::vector<double>& positions)
     : limits_(std::move(limits)),
       joints_(limits_.size()),
       frozen_(limits_.size(), false),

@@ -56,7 +56,7 @@ class GroupFollower {
   // Waypoints that may wait at once. Only a flood of appended trajectories reaches it.
   static constexpr size_t kMaxWaypoints = 200000;
 
-  GroupFollower(std::vector<JointLimits> limits, std::vector<double> positions);
+  GroupFollower(std::vector<JointLimits> limits, const std::vector<double>& positions);
 
   bool has_room_for(const Motion& motion) const;
   void accept(const Motion& motion);
@@ -85,7 +85,7 @@ class GroupFollower {
   void enqueue(const Motion& motion);
   void advance_trajectory(double dt);
   void sample();
-  void follow(size_t joint, double dt);
+  void follow(size_t i, double dt);
   void update_progress();
   std::vector<double> measured() const;
 

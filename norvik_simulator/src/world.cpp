@@ -37,6 +37,7 @@ std::vector<JointLimits> limits_of(const GroupModel& group, const RobotModel& ro
 // Where a joint is after start-up: upright, hands and grippers open half.
 std::vector<double> rest_positions(const GroupModel& group, const std::vector<JointLimits>& limits) {
   std::vector<double> positions;
+  positions.reserve(limits.size());
   for (const JointLimits& limit : limits) {
     positions.push_back(group.kind == GroupKind::kGripper ? (limit.lower + limit.upper) / 2.0 : 0.0);
   }

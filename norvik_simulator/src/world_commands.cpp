@@ -84,7 +84,7 @@ std::string World::plan_joints(const GroupModel& group, const GroupTarget& targe
     motion.blend = direct_pass();
   }
   const double effort = last_effort(target);
-  actions.push_back([this, &follower, name = group.name, effort, motion = std::move(motion)] {
+  actions.emplace_back([this, &follower, name = group.name, effort, motion = std::move(motion)] {
     follower.accept(motion);
     gripper_efforts_[name] = effort;
   });
@@ -98,7 +98,7 @@ std::string World::plan_suction_cup(const GroupModel& group, const GroupTarget& 
   }
   if (!motion.waypoints.empty()) {
     const bool on = motion.waypoints.back().positions[0] >= 0.5;
-    actions.push_back([&cup = suction_cups_.at(group.name), on] { cup.on = on; });
+    actions.emplace_back([&cup = suction_cups_.at(group.name), on] { cup.on = on; });
   }
   return "";
 }
@@ -114,7 +114,7 @@ std::string World::plan_task(const std::string& name, const TaskTarget& target, 
 std::string World::plan_chassis(const TaskTarget& target, std::vector<Action>& actions) {
   const int32_t data = target.target_config().target_data();
   if (target.target_config().target_type() == proto::TARGET_TYPE_CLEAR) {
-    actions.push_back([this] { chassis_.stop(); });
+    actions.emplace_back([this] { chassis_.stop(); });
     return "";
   }
   switch (data) {
@@ -138,7 +138,7 @@ std::string World::plan_chassis_pose(const TaskTarget& target, std::vector<Actio
   if (!chassis_.has_room_for(motion)) {
     return "has too many waypoints waiting";
   }
-  actions.push_back([this, motion = std::move(motion)] { chassis_.go_to(motion); });
+  actions.emplace_back([this, motion = std::move(motion)] { chassis_.go_to(motion); });
   return "";
 }
 
@@ -154,7 +154,7 @@ std::string World::plan_chassis_twist(const TaskTarget& target, std::vector<Acti
     reason = read_chassis_twist(target, twist, time_s);
   }
   if (reason.empty()) {
-    actions.push_back([this, twist, time_s, identity] { chassis_.keep_twist(twist, time_s, identity); });
+    actions.emplace_back([this, twist, time_s, identity] { chassis_.keep_twist(twist, time_s, identity); });
   }
   return reason;
 }
@@ -170,7 +170,7 @@ std::string World::plan_frames(const TaskTarget& target, std::vector<Action>& ac
   if (!reason.empty()) {
     return reason;
   }
-  actions.push_back([this, motion] {
+  actions.emplace_back([this, motion] {
     for (const std::string& group : std::exchange(wbc_groups_, {})) {
       followers_.at(group).stop();
     }
@@ -211,7 +211,7 @@ std::string World::plan_frame(const FrameTarget& frame, Motion motion, double du
     waypoint.positions[static_cast<size_t>(joint - group.joints.begin())] = solution->positions[i];
   }
   motion.waypoints = {waypoint};
-  actions.push_back([this, &follower, name = group.name, motion = std::move(motion)] {
+  actions.emplace_back([this, &follower, name = group.name, motion = std::move(motion)] {
     follower.accept(motion);
     wbc_groups_.push_back(name);
   });
@@ -260,7 +260,7 @@ std::string World::plan_control(const std::string& group, const proto::Controlle
   if (option == proto::CONTROLLER_OPTIONS_CONTROLER_SWITCH) {
     return plan_switch(group, config.ctrl_id(), actions);
   }
-  actions.push_back([this, model, option] {
+  actions.emplace_back([this, model, option] {
     for (const GroupModel& each : robot_.groups) {
       if (model == nullptr || model == &each) {
         control_group(each, option);
@@ -275,7 +275,7 @@ std::string World::plan_switch(const std::string& group, int id, std::vector<Act
     if (controller.group != group || controller.id != id) {
       continue;
     }
-    actions.push_back([this, &controller] {
+    actions.emplace_back([this, &controller] {
       Controller& current = controllers_.at(controller.group);
       if (current.active != &controller) {
         stop_group(*robot_.find_group(controller.group));

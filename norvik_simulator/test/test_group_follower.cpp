@@ -14,7 +14,7 @@ constexpr JointLimits kLimits = {-1.0, 1.0, 2.0};
 
 GroupFollower make_follower() { return {{kLimits, kLimits}, {0.0, 0.0}}; }
 
-Motion motion_to(std::vector<std::pair<double, double>> durations_and_positions) {
+Motion motion_to(const std::vector<std::pair<double, double>>& durations_and_positions) {
   Motion motion;
   motion.blend = find_blend(tavrinox_proto::TARGET_SAMPLING_LINEAR_INTERPOLATE);
   for (const auto& [duration, position] : durations_and_positions) {

@@ -11,7 +11,7 @@
 namespace norvik::sdk {
 namespace {
 
-constexpr uint64_t kMaxFileSize = 10 * 1024 * 1024;
+constexpr uint64_t kMaxFileSize = 10'485'760;
 constexpr uint64_t kMaxFiles = 5;
 
 LoggerConfig robot_log_config(const std::string& model) {

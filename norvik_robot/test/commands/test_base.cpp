@@ -206,7 +206,7 @@ TEST_F(Zero, BaseGoesFirstThenTheJoints) {
     EXPECT_FALSE(blocking);
     EXPECT_DOUBLE_EQ(timeout_s, 2.5);
     EXPECT_DOUBLE_EQ(speed, 0.3);
-    given = parameter;
+    given = std::move(parameter);
     return sdk::MotionStatus::SUCCESS;
   };
   sdk::Pose pose;

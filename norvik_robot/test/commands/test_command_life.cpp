@@ -44,7 +44,7 @@ sdk::Trajectory arm_trajectory() {
 const std::string kNoDispatcher = "ERROR: target_dispatcher_ is nullptr, please init.";
 const std::string kNoClient = "ERROR: common_utils_->get_wbcs_target_client() is nullptr, please init.";
 
-std::vector<Operation> operations() {
+std::vector<Operation> operations() {  // NOLINT(readability-function-size) a table
   return {
       {"set_joint_commands",
        [](FakeRobot& robot, bool) {

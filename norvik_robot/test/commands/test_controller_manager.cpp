@@ -28,9 +28,7 @@ class ControllerManagerOf : public ::testing::TestWithParam<Model> {
  protected:
   void SetUp() override { robot_.start(); }
 
-  const tavrinox_proto::TavrinoXController last_request() const {
-    return robot_.controller_client->calls().back().request;
-  }
+  tavrinox_proto::TavrinoXController last_request() const { return robot_.controller_client->calls().back().request; }
 
   SdkLogCapture log_;
   FakeRobot robot_{GetParam().type};

@@ -412,7 +412,7 @@ TEST(EndEffectorTimeouts, EachWaitEndsAtItsOwnTime) {
   SdkLogCapture log;
   std::vector<std::future<void>> running;
   for (const Wait& wait : waits) {
-    running.push_back(std::async(std::launch::async, [&wait, &log] {
+    running.push_back(std::async(std::launch::async, [&wait] {
       FakeRobot robot;
       robot.start_healthy();
       const auto start = std::chrono::steady_clock::now();

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <stdlib.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>

@@ -43,7 +43,7 @@ Trajectory some_trajectory() {
 }
 
 // All operations that do not end the process's middleware. None of them may crash or hang at any time.
-const std::vector<Operation>& operations() {
+const std::vector<Operation>& operations() {  // NOLINT(readability-function-size) a table
   using R = NorvikRobot;
   using S = SensorType;
   static const std::vector<Operation> all = {

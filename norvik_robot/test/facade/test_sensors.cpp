@@ -50,7 +50,7 @@ struct Poll {
   std::function<bool(SensorBase&, S)> is_empty;
 
   std::string text(S sensor, int stage) const {
-    const std::string name = sensor_type_string_map_.at(sensor);
+    const std::string& name = sensor_type_string_map_.at(sensor);
     const char* const reasons[] = {"input invalid", "sensor interface init failed", "data fetch failed"};
     if (operation == "get_lidar_data" && stage == 0) {
       return operation + " error: sensor " + name + " is not initialized or not supported on this machine";

@@ -128,7 +128,7 @@ TEST(LogLine, TimeIsLocalAndChecked) {
 class LogFiles : public ::testing::Test {
  protected:
   std::string write(const std::string& name, const std::string& text, int age_s = 0) {
-    const std::string path = directory_ / name;
+    std::string path = directory_ / name;
     std::ofstream(path, std::ios::binary) << text;
     fs::last_write_time(path, fs::file_time_type(std::chrono::hours(480000) - std::chrono::seconds(age_s)));
     return path;

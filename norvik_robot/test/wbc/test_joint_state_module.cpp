@@ -313,6 +313,7 @@ TEST(JointStateModule, ReadersSeeWholeReportsWhileReportsArrive) {
     }
   };
   std::vector<std::thread> readers;
+  readers.reserve(3);
   for (int i = 0; i < 3; ++i) readers.emplace_back(read);
   for (int report = 1; report <= 1000; ++report) {
     for (auto& joint : joints) joint.second = report;

@@ -232,7 +232,7 @@ TEST(ValidateTarget, ReportsItsFirstFinding) {
       {"frame triad must contain pose, twist, or wrench",
        [&](TavrinoXTarget& t) { frame(t).has_pose = frame(t).has_twist = frame(t).has_wrench = false; }},
       {"task command subtask_commands size mismatch with subtask_names",
-       [&](TavrinoXTarget& t) { t.target_task_trajectory_map.at("wbc").subtask_names.push_back("s2"); }},
+       [&](TavrinoXTarget& t) { t.target_task_trajectory_map.at("wbc").subtask_names.emplace_back("s2"); }},
       {"task command has invalid time_from_start_s",
        [&](TavrinoXTarget& t) { task_command(t).time_from_start_s = kNan; }},
       {"target_task_trajectory_map contains empty task name",

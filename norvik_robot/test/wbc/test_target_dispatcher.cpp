@@ -70,7 +70,7 @@ TEST_F(DispatcherTest, RequestingFailsByCauseInOrder) {
 TEST_F(DispatcherTest, KeepsItsEndpointThroughAShutdownInTheMiddleOfTheCall) {
   std::weak_ptr<Client> watched = client;
   EXPECT_CALL(*client, SendRequest(A<std::shared_ptr<const Target>>(), _))
-      .WillOnce([&](std::shared_ptr<const Target>, const std::chrono::seconds&) {
+      .WillOnce([&](const std::shared_ptr<const Target>&, const std::chrono::seconds&) {
         std::atomic_store(&modules.client, TargetClientPtr());
         EXPECT_FALSE(watched.expired());
         return std::make_shared<TavrinoXError>();

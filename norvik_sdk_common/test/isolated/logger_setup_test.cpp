@@ -206,10 +206,12 @@ TEST(LoggerRecords, CarryLevelSourceAndLineAndStayInTheirChannel) {
 
   SDK_LOG(info) << "from the library " << 1;
   const int line = __LINE__ - 1;
+  // NOLINTBEGIN(readability-braces-around-statements) the macro must not take another's else
   if (line > 0)
     NORVIK_SDK_LOG(error) << "from the application";
   else
     NORVIK_SDK_LOG(error) << "never";
+  // NOLINTEND(readability-braces-around-statements)
   NORVIK_SDK_LOG(info) << "below the level";
   LoggerHelper(LogLevel::critical, "helper", "function", 7, true).stream() << "by hand {}";
   NorvikSdkLogStream::record_log(LogLevel::warning, nullptr, nullptr, 8, "no source");
@@ -223,6 +225,7 @@ TEST(LoggerRecords, CarryLevelSourceAndLineAndStayInTheirChannel) {
 
   const auto flat = [](const std::vector<LogRecord>& records) {
     std::vector<std::string> lines;
+    lines.reserve(records.size());
     for (const LogRecord& r : records)
       lines.push_back(r.level + " " + r.source + ":" + std::to_string(r.line) + " " + r.text);
     return lines;

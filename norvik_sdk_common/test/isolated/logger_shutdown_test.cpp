@@ -1,9 +1,9 @@
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -62,6 +62,7 @@ TEST(LoggerShutdown, LosesNoRecordThatWasAccepted) {
   ASSERT_TRUE(logger.init_internal_logger(config_in(directory)));
   std::atomic<int> accepted{0};
   std::vector<std::thread> writers;
+  writers.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     writers.emplace_back([&] {
       for (int i = 0; i < kRecordsPerThread; ++i) {

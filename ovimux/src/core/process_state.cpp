@@ -1,12 +1,12 @@
 #include "core/process_state.hpp"
 
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <mutex>
 #include <thread>

@@ -29,8 +29,8 @@ struct ConfigValues {
 constexpr int kPriority = 1;
 
 // Bytes: a set-point of both arms fits into the first.
-constexpr size_t kFirstBlock = 8192;
-constexpr size_t kLargestBlock = 1048576;
+constexpr size_t kFirstBlock = 8'192;
+constexpr size_t kLargestBlock = 1'048'576;
 
 constexpr ConfigValues kEndEffectorCommand = {tavrinox_proto::TARGET_DATA_DEFAULT, tavrinox_proto::TARGET_TYPE_OVERRIDE,
                                               tavrinox_proto::TARGET_SAMPLING_DIRECT_PASS};

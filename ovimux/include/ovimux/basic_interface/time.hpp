@@ -7,6 +7,7 @@
 namespace norvik::ovimux::basic_interface {
 
 // Which clock a time belongs to. There is no simulated time here: RCL_ROS_TIME follows the system clock.
+// NOLINTNEXTLINE(readability-identifier-naming) a name of C
 enum rcl_clock_type_t { RCL_CLOCK_UNINITIALIZED = 0, RCL_ROS_TIME = 1, RCL_SYSTEM_TIME = 2, RCL_STEADY_TIME = 3 };
 
 // A point in time: nanoseconds since the epoch of its clock.
