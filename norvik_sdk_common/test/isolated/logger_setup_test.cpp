@@ -204,9 +204,9 @@ TEST(LoggerRecords, CarryLevelSourceAndLineAndStayInTheirChannel) {
   ASSERT_TRUE(logger.init_internal_logger(config_in(directory, "internal.txt")));
   ASSERT_TRUE(init_norvik_sdk_logger(user));
 
+  // NOLINTBEGIN(readability-braces-around-statements) the macro must not take another's else
   SDK_LOG(info) << "from the library " << 1;
   const int line = __LINE__ - 1;
-  // NOLINTBEGIN(readability-braces-around-statements) the macro must not take another's else
   if (line > 0)
     NORVIK_SDK_LOG(error) << "from the application";
   else
