@@ -89,7 +89,7 @@ inline bool report(NorvikRobot& robot, const std::string& what, ControlStatus st
   std::this_thread::sleep_for(std::chrono::milliseconds(200));  // The log is written by a thread of its own.
   const auto log = robot.get_log_information(60, LogLevel::error);
   if (log && !log->content.empty()) {
-    std::cout << "  reason: " << last_lines(log->content, 3) << std::endl;
+    std::cout << "  reason: " << last_lines(log->content, 2) << std::endl;
   }
   return false;
 }

@@ -37,15 +37,30 @@ bool point_cloud2_proto_to_point_cloud2(const std::shared_ptr<sensor_proto::Poin
 // also for an empty `out`.
 bool imu_proto_to_imu_data(const std::shared_ptr<sensor_proto::ImuSensor>& message, std::shared_ptr<ImuData>& out);
 
-// Messages as they come from the wire, with their large part apart. The record takes it from `sample`, without a copy.
+// Messages as they come from the wire, with their large part apart.
 using ImageSample = ovimux::BulkMessage<sensor_proto::CompressedImage, sensor_proto::CompressedImage::kDataFieldNumber>;
 using CloudSample = ovimux::BulkMessage<sensor_proto::PointCloud2, sensor_proto::PointCloud2::kDataFieldNumber>;
 
-// Runs `convert`, one of these functions, on the message of `sample`.
+// A record whose data goes to `recycler` when the last user lets go of the record.
+template <typename Record>
+std::shared_ptr<Record> make_recycled(const std::shared_ptr<ovimux::BufferRecycler>& recycler) {
+  return std::shared_ptr<Record>(new Record, [recycler](Record* record) {
+    recycler->give(std::move(record->data));
+    delete record;
+  });
+}
+
+// Makes a record with `convert`, one of these functions. The record takes the large part of `sample`, without a copy.
 template <typename Sample, typename Record, typename Convert, typename... Arguments>
 bool convert_sample(const std::shared_ptr<Sample>& sample, std::shared_ptr<Record>& out, Convert convert,
                     Arguments... arguments) {
-  if (!sample || !convert(std::shared_ptr<decltype(sample->message)>(sample, &sample->message), out, arguments...)) {
+  if (!sample) {
+    return false;
+  }
+  if (sample->recycler) {
+    out = make_recycled<Record>(sample->recycler);
+  }
+  if (!convert(std::shared_ptr<decltype(sample->message)>(sample, &sample->message), out, arguments...)) {
     return false;
   }
   if (!sample->bulk.empty()) {

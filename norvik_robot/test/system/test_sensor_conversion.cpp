@@ -59,6 +59,24 @@ TEST(SensorConversion, CopiesImagesAsTheyCame) {
   EXPECT_EQ(depth->frame_id, "");
 }
 
+// The second user still sees the picture when the first has let go of it.
+TEST(SensorConversion, GivesTheBufferOfAPictureBackWithItsLastUser) {
+  const auto recycler = std::make_shared<ovimux::BufferRecycler>();
+  auto sample = std::make_shared<ImageSample>();
+  sample->recycler = recycler;
+  sample->bulk.assign(10000, 7);
+  const uint8_t* const buffer = sample->bulk.data();
+  std::shared_ptr<RgbData> image;
+  ASSERT_TRUE(convert_sample(sample, image, compressed_image_to_rgb_data));
+  sample.reset();
+  auto second_user = image;
+  image.reset();
+  EXPECT_EQ(recycler->take().capacity(), 0U);
+  EXPECT_EQ(second_user->data, std::vector<uint8_t>(10000, 7));
+  second_user.reset();
+  EXPECT_EQ(recycler->take().data(), buffer);
+}
+
 TEST(SensorConversion, ReplacesMatricesOfAWrongLengthEachByItself) {
   auto message = stamped<sensor_proto::CameraInfo>();
   message->mutable_k()->Resize(8, 2.0);

@@ -48,16 +48,25 @@ void SubListenerBase::on_data_available(DataReader* reader) {
                                                : kind_.small_received)
                      << ", topic: " << topic_;
   Envelope envelope;
-  envelope.raw_data = recycler_.take();
   envelope.find_bulk = find_bulk();
+  refill(envelope);
   SampleInfo info;
   while (reader->take_next_sample(&envelope, &info) == ReturnCode_t::RETCODE_OK) {
     handle_sample(envelope, info);
-    if (envelope.raw_data.capacity() == 0) {
-      envelope.raw_data = recycler_.take();
-    }
+    refill(envelope);
   }
   recycler_.give(std::move(envelope.raw_data));
+  bulk_recycler_->give(std::move(envelope.bulk));
+}
+
+// Replaces the buffers that have gone with a sample.
+void SubListenerBase::refill(Envelope& envelope) {
+  if (envelope.raw_data.capacity() == 0) {
+    envelope.raw_data = recycler_.take();
+  }
+  if (envelope.find_bulk != nullptr && envelope.bulk.capacity() == 0) {
+    envelope.bulk = bulk_recycler_->take();
+  }
 }
 
 void SubListenerBase::handle_sample(Envelope& envelope, const SampleInfo& info) {

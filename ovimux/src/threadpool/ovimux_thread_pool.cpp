@@ -56,24 +56,29 @@ OvimuxThreadPool::~OvimuxThreadPool() {
   }
 }
 
-bool OvimuxThreadPool::push(std::shared_ptr<Task> task) {
+bool OvimuxThreadPool::push(const std::shared_ptr<Task>& task) {
   if (!OK() || !ready_.load()) {
     OVIMUX_LOG(kError) << "threadpool not ready";
     task->cancel_request();
     return false;
   }
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (tasks_.size() < capacity_) {
-      tasks_.push_back(std::move(task));
-      task_added_.notify_one();
-      return true;
-    }
+  if (enqueue(task)) {
+    task_added_.notify_one();  // Not under the lock, which the woken worker takes at once.
+    return true;
   }
   OVIMUX_LOG(kError) << "All queues full................";
   task->cancel_request();
   handle_overflow(task);
   return false;
+}
+
+bool OvimuxThreadPool::enqueue(const std::shared_ptr<Task>& task) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (tasks_.size() >= capacity_) {
+    return false;
+  }
+  tasks_.push_back(task);
+  return true;
 }
 
 void OvimuxThreadPool::handle_overflow(const std::shared_ptr<Task>& task) {

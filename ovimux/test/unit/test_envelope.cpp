@@ -189,6 +189,26 @@ TEST(EnvelopeType, NamesItsTypesAndTurnsMalformedPayloadsIntoDroppableOnes) {
   EXPECT_TRUE(received.raw_data.empty());
 }
 
+TEST(BufferRecycler, KeepsTheTwoLargestThatAreWorthIt) {
+  BufferRecycler recycler;
+  for (const size_t size : {10000, 100, 30000, 20000, 5000}) {
+    recycler.give(Bytes(size));
+  }
+  EXPECT_EQ(recycler.take().capacity(), 30000U);
+  EXPECT_EQ(recycler.take().capacity(), 20000U);
+  EXPECT_EQ(recycler.take().capacity(), 0U);
+}
+
+TEST(BufferRecycler, TakesTheLargePartOfAMessageThatNobodyWanted) {
+  const auto recycler = std::make_shared<BufferRecycler>();
+  {
+    BulkMessage<std::string, 1> message;
+    message.recycler = recycler;
+    message.bulk.resize(10000);
+  }
+  EXPECT_EQ(recycler->take().capacity(), 10000U);
+}
+
 // The pieces of a message: field 1 a varint, field 2 a string, field 3 bytes, field 4 a group.
 const std::string kNumber = std::string("\x08\x96\x01");
 const std::string kText = std::string("\x12\x02hi");

@@ -106,7 +106,7 @@ class DDSSubSerializationListener : public DDSSubListenerCore,
   void deliver(Sample& sample) override {
     const auto message = std::make_shared<T>();
     PayloadCodec<T>::decode(sample.bytes.data(), sample.bytes.size(), *message);
-    PayloadCodec<T>::take_bulk(std::move(sample.bulk), *message);
+    PayloadCodec<T>::take_bulk(std::move(sample.bulk), bulk_recycler(), *message);
     guarded_callback_(message, ctx_);
   }
 

@@ -4,9 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "ovimux/dds/buffer_recycler.hpp"
 #include "ovimux/dds/envelope.hpp"
 
 namespace norvik::ovimux {
@@ -26,7 +28,8 @@ struct PayloadCodec {
     message.ParseFromArray(data, static_cast<int>(size));
   }
   static constexpr FindBulk kFindBulk = nullptr;  // No part is kept apart.
-  static void take_bulk(std::vector<uint8_t>&& /*bulk*/, T& /*message*/) {}
+  static void take_bulk(std::vector<uint8_t>&& /*bulk*/, const std::shared_ptr<BufferRecycler>& /*recycler*/,
+                        T& /*message*/) {}
   static std::string type_name() { return T::descriptor()->full_name(); }
 };
 
@@ -42,7 +45,8 @@ struct PayloadCodec<std::string> {
     message.assign(reinterpret_cast<const char*>(data), size);
   }
   static constexpr FindBulk kFindBulk = nullptr;
-  static void take_bulk(std::vector<uint8_t>&& /*bulk*/, std::string& /*message*/) {}
+  static void take_bulk(std::vector<uint8_t>&& /*bulk*/, const std::shared_ptr<BufferRecycler>& /*recycler*/,
+                        std::string& /*message*/) {}
   static std::string type_name() { return "raw"; }
 };
 

@@ -59,11 +59,14 @@ class OVIMUX_EXPORT SubListenerBase : public eprosima::fastdds::dds::DataReaderL
   bool uses_large_envelope() const { return qos_.payload_kind == kLargePayloadKind; }
   void kick();
   BufferRecycler& recycler() { return recycler_; }
+  // For the large parts of messages; shared, since their users may hold them longer than this listener lives.
+  const std::shared_ptr<BufferRecycler>& bulk_recycler() const { return bulk_recycler_; }
 
   std::shared_ptr<Task> task_;
   const Qos qos_;
 
  private:
+  void refill(Envelope& envelope);
   void handle_sample(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info);
   bool is_usable(const Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info);
   void account(const Envelope& envelope);
@@ -73,6 +76,7 @@ class OVIMUX_EXPORT SubListenerBase : public eprosima::fastdds::dds::DataReaderL
   std::mutex receive_mutex_;
   int32_t match_count_ = 0;
   BufferRecycler recycler_;
+  const std::shared_ptr<BufferRecycler> bulk_recycler_ = std::make_shared<BufferRecycler>();
 };
 
 }  // namespace norvik::ovimux

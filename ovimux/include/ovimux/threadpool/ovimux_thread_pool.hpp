@@ -41,15 +41,16 @@ class OVIMUX_EXPORT OvimuxThreadPool {
 
   // True when `task` was queued.
   template <typename T>
-  bool push_task(std::shared_ptr<T> task) {
-    return push(std::move(task));
+  bool push_task(const std::shared_ptr<T>& task) {
+    return push(task);
   }
 
   void set_policy(OverflowPolicy policy) { policy_.store(policy); }
   unsigned worker_count() const { return static_cast<unsigned>(workers_.size()); }
 
  private:
-  bool push(std::shared_ptr<Task> task);
+  bool push(const std::shared_ptr<Task>& task);
+  bool enqueue(const std::shared_ptr<Task>& task);
   void handle_overflow(const std::shared_ptr<Task>& task);
   void drop_oldest();
   void work();
