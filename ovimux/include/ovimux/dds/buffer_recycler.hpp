@@ -1,7 +1,6 @@
 #pragma once
 
-#include <algorithm>
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <utility>
@@ -9,38 +8,45 @@
 
 namespace norvik::ovimux {
 
-// Hands the byte vector of a sample that is done with to the next one that arrives. A fresh vector costs page faults, or
-// the allocator's lock when it was freed by another thread, and for a large sample more than the copy into it. Any
+// Hands the byte vector of a sample that is done with to the next one that arrives. A fresh vector costs page faults,
+// or the allocator's lock when it was freed by another thread, and for a large sample more than the copy into it. Any
 // thread.
 class BufferRecycler {
  public:
+  // The buffer given last, which is the likeliest to lie in the processor's cache; an empty one when there is none.
   std::vector<uint8_t> take() {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return std::exchange(*std::max_element(spares_.begin(), spares_.end(), is_smaller), {});
+    if (spares_.empty()) {
+      return {};
+    }
+    auto buffer = std::move(spares_.back());
+    spares_.pop_back();
+    return buffer;
   }
 
-  // Keeps `buffer` if it is worth it and larger than the smallest of those kept, which goes then.
+  // Takes `buffer` over if it is worth it and there is room.
   void give(std::vector<uint8_t>&& buffer) {
-    if (buffer.capacity() < kWorthKeeping) {
-      return;
-    }
+    const size_t most = most_kept(buffer.capacity());
     const std::lock_guard<std::mutex> lock(mutex_);
-    auto& smallest = *std::min_element(spares_.begin(), spares_.end(), is_smaller);
-    if (is_smaller(smallest, buffer)) {
-      smallest.swap(buffer);
+    if (spares_.size() < most) {
+      spares_.push_back(std::move(buffer));
     }
   }
 
  private:
-  static constexpr size_t kWorthKeeping = 4096;  // Smaller blocks come out of the allocator's per-thread cache.
-  static constexpr size_t kSpares = 2;           // A sample may arrive while the one before is handed on.
-
-  static bool is_smaller(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
-    return a.capacity() < b.capacity();
+  // How many there may be for one of `capacity` bytes to be kept as well. Bursts pay to be kept for as long as that
+  // costs little memory; of large ones, one may arrive while the one before is handed on.
+  static size_t most_kept(size_t capacity) {
+    constexpr size_t kWorthKeeping = 4096;  // Smaller blocks come out of the allocator's per-thread cache.
+    constexpr size_t kLarge = 131072;
+    if (capacity < kWorthKeeping) {
+      return 0;
+    }
+    return capacity < kLarge ? 8 : 2;
   }
 
   std::mutex mutex_;
-  std::array<std::vector<uint8_t>, kSpares> spares_;
+  std::vector<std::vector<uint8_t>> spares_;
 };
 
 }  // namespace norvik::ovimux
