@@ -65,7 +65,8 @@ Bytes encode(const Envelope& envelope, size_t bound = kSmallPayloadBound) {
 }
 
 bool decode(const Bytes& bytes, Envelope& envelope, size_t bound = kSmallPayloadBound) {
-  const Bytes exact(bytes);  // Without spare capacity, so that a sanitizer sees the first byte read too many.
+  // Without spare capacity, so that a sanitizer sees the first byte read too many.
+  const Bytes exact(bytes);  // NOLINT(performance-unnecessary-copy-initialization)
   return decode_envelope(exact.data(), exact.size(), bound, envelope);
 }
 
@@ -228,7 +229,7 @@ const std::string kEmptyBulk = std::string("\x1a\0", 2);
 TEST(Bulk, IsFoundWhereThereIsOne) {
   for (const auto& [before, after] : std::vector<std::pair<std::string, std::string>>{
            {"", ""}, {kNumber + kText, ""}, {"", kGroup + kNumber}, {kGroup + kText, kText + kNumber}}) {
-    const std::string payload = before + kBulk + after;
+    const std::string payload = std::string(before).append(kBulk).append(after);
     SCOPED_TRACE(::testing::PrintToString(payload));
     Envelope envelope;
     envelope.raw_data.assign(payload.begin(), payload.end());
