@@ -18,6 +18,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
     throw std::runtime_error("pipe failed");
   }
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const auto& argument : command) {
     arguments.push_back(const_cast<char*>(argument.c_str()));
   }

@@ -1,6 +1,7 @@
 #include "report.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -49,7 +50,7 @@ double percentile(std::vector<double> samples, double fraction) {
     return 0.0;
   }
   std::sort(samples.begin(), samples.end());
-  const auto index = static_cast<size_t>(fraction * static_cast<double>(samples.size() - 1) + 0.5);
+  const auto index = static_cast<size_t>(std::lround(fraction * static_cast<double>(samples.size() - 1)));
   return samples[std::min(index, samples.size() - 1)];
 }
 

@@ -24,7 +24,7 @@ namespace {
 using sdk::SensorType;
 
 constexpr size_t kPictureSize = 500000;
-constexpr size_t kDepthSize = 640 * 480 * 2;
+constexpr size_t kDepthSize = size_t{640} * 480 * 2;
 constexpr size_t kCloudSize = 1000000;
 // Less than that comes from the simulated robot's own sensors, which run beside at the lowest size and rate.
 constexpr size_t kSmallestOfOurs = 400000;
@@ -401,6 +401,7 @@ SensorFigures measure_sensors(const std::string& role, int seconds) {
 // The median of a figure over the repeats.
 double median_of(const std::vector<SensorFigures>& runs, double SensorFigures::*figure) {
   std::vector<double> values;
+  values.reserve(runs.size());
   for (const auto& run : runs) {
     values.push_back(run.*figure);
   }

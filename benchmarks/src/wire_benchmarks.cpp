@@ -219,7 +219,7 @@ Figures run_pair(const std::vector<std::string>& reader_role, const std::vector<
   reader.read_after("matched");
   reader.write_line("go");
   writer.write_line("go");
-  const Figures figures = parse_figures(reader.read_after("figures"));
+  Figures figures = parse_figures(reader.read_after("figures"));
   writer.write_line("end");
   return figures;
 }
@@ -229,6 +229,7 @@ Figures combine(const std::vector<Figures>& runs) {
   Figures result;
   for (const auto& [name, first] : runs.front()) {
     std::vector<double> values;
+    values.reserve(runs.size());
     for (const auto& run : runs) {
       values.push_back(run.at(name));
     }
@@ -276,7 +277,7 @@ std::vector<Row> latency_rows(double scale) {
     double p99_limit;
   };
   constexpr Case kCases[] = {{"256 B", 256, 500, 2500, 1.25, 1.5},
-                             {"16 KB", 16 * 1024, 500, 2500, 1.25, 1.5},
+                             {"16 KB", size_t{16} * 1024, 500, 2500, 1.25, 1.5},
                              {"64 KB", 65000, 400, 2000, 1.25, 1.5},
                              {"1 MB", 1000000, 50, 250, 1.1, 1.3},
                              {"10 MB", 10485000, 10, 40, 1.1, 1.3}};
@@ -328,7 +329,7 @@ std::vector<Row> round_trip_rows(double scale) {
   const auto result = compare([&](const std::string& stack) {
     ChildProcess server(self_command({"echo_server", stack}));
     ChildProcess client(self_command({"echo_client", stack, "1024", std::to_string(count)}));
-    const Figures figures = parse_figures(client.read_after("figures"));
+    Figures figures = parse_figures(client.read_after("figures"));
     client.write_line("end");
     server.write_line("end");
     return figures;
