@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
-#include "impl/bms_info.hpp"
+#include "impl/system/bms_info.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   try {

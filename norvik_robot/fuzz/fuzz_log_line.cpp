@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "impl/log_line.hpp"
+#include "impl/system/log_line.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "impl/device_info.hpp"
-#include "impl/sensor_conversion.hpp"
+#include "impl/sensors/sensor_conversion.hpp"
+#include "impl/system/device_info.hpp"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "impl/sensor_json.hpp"
+#include "impl/sensors/sensor_json.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (const auto& [type, sample] : norvik::sdk::parse_ultrasonic_report({reinterpret_cast<const char*>(data), size})) {

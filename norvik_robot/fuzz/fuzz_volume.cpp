@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
-#include "impl/audio_message.hpp"
+#include "impl/audio/audio_message.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   try {

@@ -6,8 +6,8 @@
 
 #include <boost/thread/lock_types.hpp>
 
-#include "impl/audio_message.hpp"
-#include "impl/log_created.hpp"
+#include "impl/audio/audio_message.hpp"
+#include "impl/common/log_created.hpp"
 #include "ovimux/node.hpp"
 #include "ovimux/ovimux.hpp"
 #include "sdk_log.hpp"

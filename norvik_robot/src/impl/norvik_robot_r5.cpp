@@ -6,10 +6,10 @@
 
 #include <norvik_sdk/version.hpp>
 
-#include "impl/robot_log.hpp"
-#include "impl/wbc/controller_manager.hpp"
-#include "impl/wbc/joint_manager_r5.hpp"
-#include "impl/wbc/target_proto_builder.hpp"
+#include "impl/system/robot_log.hpp"
+#include "impl/wbc/controllers/controller_manager.hpp"
+#include "impl/wbc/joints/joint_manager_r5.hpp"
+#include "impl/wbc/targets/target_proto_builder.hpp"
 #include "sdk_log.hpp"
 
 namespace norvik::sdk::r5 {

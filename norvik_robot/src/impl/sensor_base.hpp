@@ -15,10 +15,10 @@
 #include <norvik_sdk/sensor_callbacks.hpp>
 
 #include "data_buffer.hpp"
-#include "impl/callback_table.hpp"
-#include "impl/sensor_conversion.hpp"
-#include "impl/sensor_histories.hpp"
-#include "impl/sensor_tables.hpp"
+#include "impl/sensors/callback_table.hpp"
+#include "impl/sensors/sensor_conversion.hpp"
+#include "impl/sensors/sensor_histories.hpp"
+#include "impl/sensors/sensor_tables.hpp"
 #include "norvik/core_proto/wrapper.pb.h"
 #include "norvik/sensor_proto/camera.pb.h"
 #include "norvik/sensor_proto/imu.pb.h"

@@ -7,11 +7,11 @@
 #include <string_view>
 #include <thread>
 
-#include "impl/bms_info.hpp"
-#include "impl/device_info.hpp"
-#include "impl/log_created.hpp"
-#include "impl/log_reader.hpp"
-#include "impl/wbc/proto_time.hpp"
+#include "impl/common/log_created.hpp"
+#include "impl/common/proto_time.hpp"
+#include "impl/system/bms_info.hpp"
+#include "impl/system/device_info.hpp"
+#include "impl/system/log_reader.hpp"
 #include "logger.hpp"
 #include "ovimux/basic_interface/clock.hpp"
 #include "ovimux/basic_interface/duration.hpp"

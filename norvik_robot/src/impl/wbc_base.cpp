@@ -4,9 +4,9 @@
 
 #include <cmath>
 
-#include "impl/wbc/effort_info.hpp"
-#include "impl/wbc/module_check.hpp"
-#include "impl/wbc/proto_time.hpp"
+#include "impl/common/proto_time.hpp"
+#include "impl/wbc/common/module_check.hpp"
+#include "impl/wbc/joints/effort_info.hpp"
 #include "sdk_log.hpp"
 
 namespace norvik::sdk {

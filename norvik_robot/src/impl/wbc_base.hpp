@@ -11,19 +11,19 @@
 #include <norvik_sdk/norvik_robot.hpp>
 #include <norvik_sdk/types.hpp>
 
-#include "impl/wbc/base_control.hpp"
-#include "impl/wbc/command_wait.hpp"
-#include "impl/wbc/common_utils.hpp"
-#include "impl/wbc/controller_manager.hpp"
-#include "impl/wbc/end_effector_control.hpp"
-#include "impl/wbc/joint_command_rules.hpp"
-#include "impl/wbc/joint_manager.hpp"
-#include "impl/wbc/joint_metadata.hpp"
-#include "impl/wbc/joint_state_module.hpp"
-#include "impl/wbc/sensor_module.hpp"
-#include "impl/wbc/target_dispatcher.hpp"
-#include "impl/wbc/target_proto_builder.hpp"
-#include "impl/wbc/trajectory_rules.hpp"
+#include "impl/wbc/commands/joint_command_rules.hpp"
+#include "impl/wbc/commands/trajectory_rules.hpp"
+#include "impl/wbc/common/command_wait.hpp"
+#include "impl/wbc/common/common_utils.hpp"
+#include "impl/wbc/controllers/base_control.hpp"
+#include "impl/wbc/controllers/controller_manager.hpp"
+#include "impl/wbc/effectors/end_effector_control.hpp"
+#include "impl/wbc/joints/joint_manager.hpp"
+#include "impl/wbc/joints/joint_metadata.hpp"
+#include "impl/wbc/joints/joint_state_module.hpp"
+#include "impl/wbc/joints/sensor_module.hpp"
+#include "impl/wbc/targets/target_dispatcher.hpp"
+#include "impl/wbc/targets/target_proto_builder.hpp"
 #include "ovimux/base/reader_base.hpp"
 
 namespace norvik::ovimux {

@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "impl/wbc/command_guard.hpp"
-#include "impl/wbc/dexhand_arrival.hpp"
-#include "impl/wbc/module_check.hpp"
+#include "impl/wbc/common/command_guard.hpp"
+#include "impl/wbc/common/module_check.hpp"
+#include "impl/wbc/effectors/dexhand_arrival.hpp"
 #include "impl/wbc_base.hpp"
 #include "sdk_log.hpp"
 

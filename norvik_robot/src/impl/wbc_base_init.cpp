@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "common_provider.hpp"
-#include "impl/log_created.hpp"
+#include "impl/common/log_created.hpp"
 #include "impl/sensor_base.hpp"
 #include "impl/wbc_base.hpp"
 #include "ovimux/node.hpp"

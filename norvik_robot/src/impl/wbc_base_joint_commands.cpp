@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "impl/wbc/command_guard.hpp"
-#include "impl/wbc/map_keys.hpp"
+#include "impl/wbc/common/command_guard.hpp"
+#include "impl/wbc/common/map_keys.hpp"
 #include "impl/wbc_base.hpp"
 #include "sdk_log.hpp"
 

@@ -1,6 +1,6 @@
 // Targets that the user builds, and Cartesian set-points.
 
-#include "impl/wbc/target_proto_converter.hpp"
+#include "impl/wbc/targets/target_proto_converter.hpp"
 #include "impl/wbc_base.hpp"
 #include "sdk_log.hpp"
 

@@ -1,8 +1,8 @@
 // Whole trajectories, and stopping them.
 
-#include "impl/wbc/command_guard.hpp"
-#include "impl/wbc/map_keys.hpp"
-#include "impl/wbc/module_check.hpp"
+#include "impl/wbc/common/command_guard.hpp"
+#include "impl/wbc/common/map_keys.hpp"
+#include "impl/wbc/common/module_check.hpp"
 #include "impl/wbc_base.hpp"
 #include "sdk_log.hpp"
 

@@ -1,7 +1,7 @@
 #include "fake_robot.hpp"
 
-#include "impl/wbc/joint_manager_k2.hpp"
-#include "impl/wbc/joint_manager_r5.hpp"
+#include "impl/wbc/joints/joint_manager_k2.hpp"
+#include "impl/wbc/joints/joint_manager_r5.hpp"
 
 namespace norvik::test {
 

@@ -5,12 +5,12 @@
 #include <cmath>
 #include <limits>
 
-#include "impl/wbc/base_control.hpp"
-#include "impl/wbc/command_wait.hpp"
-#include "impl/wbc/dexhand_arrival.hpp"
-#include "impl/wbc/joint_command_rules.hpp"
-#include "impl/wbc/joint_manager_k2.hpp"
-#include "impl/wbc/trajectory_rules.hpp"
+#include "impl/wbc/commands/joint_command_rules.hpp"
+#include "impl/wbc/commands/trajectory_rules.hpp"
+#include "impl/wbc/common/command_wait.hpp"
+#include "impl/wbc/controllers/base_control.hpp"
+#include "impl/wbc/effectors/dexhand_arrival.hpp"
+#include "impl/wbc/joints/joint_manager_k2.hpp"
 #include "support/sdk_log_capture.hpp"
 
 namespace norvik::test {

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "impl/audio_message.hpp"
+#include "impl/audio/audio_message.hpp"
 #include "impl/norvik_robot_k2.hpp"
 #include "support/sdk_log_capture.hpp"
 

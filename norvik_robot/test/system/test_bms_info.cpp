@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "impl/bms_info.hpp"
 #include "impl/norvik_robot_k2.hpp"
+#include "impl/system/bms_info.hpp"
 #include "support/sdk_log_capture.hpp"
 
 namespace norvik::sdk {

@@ -16,9 +16,9 @@
 #include <utility>
 #include <vector>
 
-#include "impl/log_line.hpp"
-#include "impl/log_reader.hpp"
 #include "impl/norvik_robot_k2.hpp"
+#include "impl/system/log_line.hpp"
+#include "impl/system/log_reader.hpp"
 #include "sdk_log.hpp"
 #include "support/sdk_log_capture.hpp"
 #include "support/temp_dir.hpp"

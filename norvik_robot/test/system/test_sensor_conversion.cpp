@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "impl/sensor_conversion.hpp"
+#include "impl/sensors/sensor_conversion.hpp"
 
 namespace norvik::sdk {
 namespace {

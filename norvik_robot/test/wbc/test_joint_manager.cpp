@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include "impl/wbc/joint_manager_k2.hpp"
-#include "impl/wbc/joint_manager_r5.hpp"
+#include "impl/wbc/joints/joint_manager_k2.hpp"
+#include "impl/wbc/joints/joint_manager_r5.hpp"
 #include "support/sdk_log_capture.hpp"
 
 namespace norvik::sdk {

@@ -3,11 +3,11 @@
 
 #include <gmock/gmock.h>
 
-#include "impl/wbc/joint_manager_k2.hpp"
-#include "impl/wbc/joint_manager_r5.hpp"
-#include "impl/wbc/proto_time.hpp"
-#include "impl/wbc/target_proto_builder.hpp"
-#include "impl/wbc/target_proto_converter.hpp"
+#include "impl/common/proto_time.hpp"
+#include "impl/wbc/joints/joint_manager_k2.hpp"
+#include "impl/wbc/joints/joint_manager_r5.hpp"
+#include "impl/wbc/targets/target_proto_builder.hpp"
+#include "impl/wbc/targets/target_proto_converter.hpp"
 
 namespace norvik::sdk {
 namespace {

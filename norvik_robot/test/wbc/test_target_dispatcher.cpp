@@ -1,4 +1,4 @@
-#include "impl/wbc/target_dispatcher.hpp"
+#include "impl/wbc/targets/target_dispatcher.hpp"
 #include "wbc_fixture.hpp"
 
 namespace norvik::sdk {

@@ -8,11 +8,11 @@
 
 #include <gmock/gmock.h>
 
-#include "impl/wbc/common_utils.hpp"
-#include "impl/wbc/joint_manager_k2.hpp"
-#include "impl/wbc/joint_metadata.hpp"
-#include "impl/wbc/joint_state_module.hpp"
-#include "impl/wbc/sensor_module.hpp"
+#include "impl/wbc/common/common_utils.hpp"
+#include "impl/wbc/joints/joint_manager_k2.hpp"
+#include "impl/wbc/joints/joint_metadata.hpp"
+#include "impl/wbc/joints/joint_state_module.hpp"
+#include "impl/wbc/joints/sensor_module.hpp"
 #include "support/sdk_log_capture.hpp"
 
 namespace norvik::test {

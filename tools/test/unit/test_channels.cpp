@@ -7,7 +7,7 @@
 
 #include "channel.hpp"
 #include "domain_probe.hpp"
-#include "impl/sensor_tables.hpp"
+#include "impl/sensors/sensor_tables.hpp"
 #include "model_channels.hpp"
 #include "near_names.hpp"
 #include "ovimux/role_attributes.pb.h"

@@ -1,0 +1,39 @@
+#include "impl/system/robot_log.hpp"
+
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+#include <norvik_sdk/sdk_logger.hpp>
+
+#include "logger.hpp"
+
+namespace norvik::sdk {
+namespace {
+
+constexpr uint64_t kMaxFileSize = 10'485'760;
+constexpr uint64_t kMaxFiles = 5;
+
+LoggerConfig robot_log_config(const std::string& model) {
+  LoggerConfig config;
+  const char* const home = std::getenv("HOME");
+  config.log_dir = home == nullptr ? "./" : home + ("/norvik_sdk_log/" + model + "/");
+  config.max_file_size = kMaxFileSize;
+  config.max_files = kMaxFiles;
+  config.log_level = LogLevel::info;
+  config.console_output = false;
+  return config;
+}
+
+}  // namespace
+
+void open_robot_log(const std::string& model) {
+  const LoggerConfig config = robot_log_config(model);
+  try {
+    Logger::get_instance().init_internal_logger(config);
+  } catch (const std::exception& error) {
+    std::cerr << "norvik_sdk: no log in " << config.log_dir << ": " << error.what() << std::endl;
+  }
+}
+
+}  // namespace norvik::sdk
