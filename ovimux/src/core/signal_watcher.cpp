@@ -2,6 +2,8 @@
 
 #include <semaphore.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <system_error>
@@ -12,46 +14,77 @@
 namespace norvik::ovimux {
 namespace {
 
-sem_t g_signalled;
+constexpr std::array<int, 2> kSignals = {SIGINT, SIGTERM};
 
-// Only async-signal-safe calls: restore the default, so that the next signal kills, and wake the helper thread.
-void handle_signal(int signal_number) {
+sem_t g_wake;
+std::atomic<bool> g_has_thread{false};
+std::array<std::atomic<bool>, kSignals.size()> g_installed{};
+std::atomic<bool> g_signalled{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "is used in a signal handler");
+
+thread_local bool t_is_shutdown_thread = false;
+
+// Only async-signal-safe calls: restore the defaults, so that the next signal kills, and wake the thread.
+void handle_signal(int /*signal_number*/) {
   const int saved_errno = errno;
-  std::signal(signal_number, SIG_DFL);
-  sem_post(&g_signalled);
+  for (size_t i = 0; i < kSignals.size(); ++i) {
+    if (g_installed[i].exchange(false)) {
+      std::signal(kSignals[i], SIG_DFL);
+    }
+  }
+  g_signalled.store(true);
+  sem_post(&g_wake);
   errno = saved_errno;
 }
 
-bool install_where_default(int signal_number) {
+void install_where_default(size_t index) {
   struct sigaction current {};
-  if (sigaction(signal_number, nullptr, &current) != 0 || current.sa_handler != SIG_DFL) {
-    return false;
+  if (sigaction(kSignals[index], nullptr, &current) != 0 || current.sa_handler != SIG_DFL) {
+    return;
   }
   struct sigaction action {};
   action.sa_handler = handle_signal;
   action.sa_flags = SA_RESTART;
   sigemptyset(&action.sa_mask);
-  return sigaction(signal_number, &action, nullptr) == 0;
+  g_installed[index].store(true);
+  sigaction(kSignals[index], &action, nullptr);
 }
 
-void wait_for_signal(void (*on_signal)()) {
-  while (sem_wait(&g_signalled) != 0 && errno == EINTR) {
+void serve(void (*on_event)(bool by_signal)) {
+  t_is_shutdown_thread = true;
+  bool by_signal = false;
+  while (!by_signal) {  // A shutdown without a signal may still be followed by one.
+    while (sem_wait(&g_wake) != 0 && errno == EINTR) {
+    }
+    by_signal = g_signalled.load();
+    on_event(by_signal);
   }
-  on_signal();
 }
 
 }  // namespace
 
-void watch_termination_signals(void (*on_signal)()) {
-  sem_init(&g_signalled, 0, 0);
+void start_shutdown_thread(void (*on_event)(bool by_signal)) {
+  sem_init(&g_wake, 0, 0);
   try {
-    std::thread(wait_for_signal, on_signal).detach();
+    std::thread(serve, on_event).detach();
   } catch (const std::system_error& error) {
     OVIMUX_LOG(kWarning) << "no thread for signal handling, SIGINT and SIGTERM keep their default: " << error.what();
     return;
   }
-  install_where_default(SIGINT);
-  install_where_default(SIGTERM);
+  g_has_thread.store(true);
+  for (size_t i = 0; i < kSignals.size(); ++i) {
+    install_where_default(i);
+  }
 }
+
+void wake_shutdown_thread() {
+  if (g_has_thread.load()) {
+    sem_post(&g_wake);
+  }
+}
+
+bool on_shutdown_thread() { return t_is_shutdown_thread; }
+
+bool termination_signalled() { return g_signalled.load(); }
 
 }  // namespace norvik::ovimux

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
-#include "core/process_state.hpp"
+#include "core/exit_handler.hpp"
 
 namespace norvik::ovimux {
 namespace {

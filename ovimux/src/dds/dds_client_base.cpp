@@ -14,6 +14,7 @@
 #include "dds/token.hpp"
 #include "ovimux/core/active_wait.hpp"
 #include "ovimux/core/global_data.hpp"
+#include "ovimux/core/shutdown_tasks.hpp"
 #include "ovimux/core/statistics.hpp"
 #include "ovimux/dds/dds_tools.hpp"
 #include "ovimux/log.hpp"
@@ -107,8 +108,10 @@ int DDSClientSubListenerCore::enqueue(Envelope& envelope, const eprosima::fastdd
   return queue_.write(entry);
 }
 
+bool DDSClientSubListenerCore::receives() const { return delivers_answers(); }
+
 int DDSClientSubListenerCore::threadpoll_task() {
-  if (!OK()) {
+  if (!receives()) {
     OVIMUX_LOG(kInfo) << "msg_threadpoll_task: ovimux state is shutdown, topic: " << topic();
     return -2;
   }
@@ -116,7 +119,7 @@ int DDSClientSubListenerCore::threadpoll_task() {
     OVIMUX_LOG(kError) << "msg_threadpoll_task: cbk is null, topic: " << topic();
     return -1;
   }
-  while (OK() && deliver_next()) {
+  while (receives() && deliver_next()) {
   }
   return 0;
 }
@@ -205,10 +208,10 @@ void DDSClientBase::wait_for_server(const std::chrono::seconds& timeout) const {
     const unsigned count = matched_server_count();
     if (count != 0) {
       OVIMUX_LOG(kInfo) << "Matched server, count: " << count << ", topic: " << topic();
-      wait.sleep_until(std::chrono::steady_clock::now() + kServerPollPeriod);  // The other direction settles.
+      sleep_while_running(std::chrono::steady_clock::now() + kServerPollPeriod);  // The other direction settles.
       return;
     }
-    wait.sleep_until(std::chrono::steady_clock::now() + kServerPollPeriod);
+    sleep_while_running(std::chrono::steady_clock::now() + kServerPollPeriod);
   }
   if (OK()) {
     OVIMUX_LOG(kWarning) << "WaitForServerConnectThread timeout after " << timeout.count()
@@ -218,12 +221,16 @@ void DDSClientBase::wait_for_server(const std::chrono::seconds& timeout) const {
   }
 }
 
-bool DDSClientBase::check_running() const {
-  if (!OK()) {
+bool DDSClientBase::require_running(bool running) const {
+  if (!running) {
     OVIMUX_LOG(kInfo) << "DDSSerializationDataClient: ovimux state is shutdown, topic: " << topic();
   }
-  return OK();
+  return running;
 }
+
+bool DDSClientBase::check_running() const { return require_running(may_send()); }
+
+bool DDSClientBase::check_delivering() const { return require_running(delivers_answers()); }
 
 bool DDSClientBase::check_open_and_log() const {
   if (!is_open()) {

@@ -13,12 +13,13 @@
 #include <utility>
 #include <vector>
 
-#include "core/process_state.hpp"
+#include "core/exit_handler.hpp"
 #include "dds/dds_thread.hpp"
 #include "dds/endpoint_qos.hpp"
 #include "dds/envelope_type.hpp"
 #include "dds/participant.hpp"
 #include "ovimux/core/global_data.hpp"
+#include "ovimux/core/shutdown_tasks.hpp"
 #include "ovimux/dds/dds_tools.hpp"
 #include "ovimux/log.hpp"
 #include "ovimux/ovimux.hpp"
@@ -82,11 +83,7 @@ bool DDSNodeFactory::Entities::open() {
   publisher = participant->create_publisher(eprosima::fastdds::dds::PUBLISHER_QOS_DEFAULT);
   subscriber = participant->create_subscriber(eprosima::fastdds::dds::SUBSCRIBER_QOS_DEFAULT);
   warm_up();
-  register_exit_handler([] {
-    if (!on_dds_thread()) {  // exit() inside a listener call: closing would wait for that very call.
-      DDSNodeFactory::Instance()->CloseAll();
-    }
-  });
+  register_exit_handler();  // Now that Fast DDS has made its own statics, so that it closes before they are gone.
   return publisher != nullptr && subscriber != nullptr;
 }
 
@@ -270,7 +267,7 @@ void DDSNodeFactory::CloseAll() {
 }
 
 bool DDSNodeFactory::lock_writer(DataWriter* writer, WriterEntry& entry, std::unique_lock<std::mutex>& lock) {
-  if (!OK()) {
+  if (!may_send()) {
     OVIMUX_LOG(kInfo) << "DDSNodeFactory: ovimux state is shutdown";
     return false;
   }
@@ -344,7 +341,7 @@ bool DDSNodeFactory::publish_encoded(DataWriter* writer, const WriterEntry& entr
     OVIMUX_LOG(kError) << "DDSSerializationDataWriter serialization failed. topic: " << topic;
     return false;
   }
-  if (!OK()) {
+  if (!may_send()) {
     OVIMUX_LOG(kInfo) << "DDSNodeFactory: ovimux state is shutdown, topic: " << topic;
     return false;
   }

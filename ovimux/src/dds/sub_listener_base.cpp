@@ -37,9 +37,11 @@ SubListenerBase::SubListenerBase(const Kind& kind, std::string topic, const Qos&
 // Waits for a reception that is about to return.
 SubListenerBase::~SubListenerBase() { const std::lock_guard<std::mutex> lock(receive_mutex_); }
 
+bool SubListenerBase::receives() const { return OK(); }
+
 void SubListenerBase::on_data_available(DataReader* reader) {
   const DdsThreadScope dds_thread;
-  if (!OK()) {
+  if (!receives()) {
     OVIMUX_LOG(kInfo) << kind_.name << ": ovimux state is shutdown, topic: " << topic_;
     return;
   }
@@ -119,14 +121,14 @@ void SubListenerBase::account(const Envelope& envelope) {
 
 void SubListenerBase::kick() {
   if (task_ && task_->request_run()) {
-    OvimuxThreadPool::Instance()->push_task(task_);
+    OvimuxThreadPool::Instance()->push_arrival(task_);
   }
 }
 
 void SubListenerBase::on_subscription_matched(DataReader* /*reader*/,
                                               const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) {
   const DdsThreadScope dds_thread;
-  if (!OK()) {
+  if (!receives()) {
     OVIMUX_LOG(kInfo) << kind_.name << ": ovimux state is shutdown, topic: " << topic_;
     return;
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 
+#include "ovimux/core/shutdown_tasks.hpp"
 #include "ovimux/log.hpp"
 #include "ovimux/ovimux.hpp"
 
@@ -62,6 +63,19 @@ bool OvimuxThreadPool::push(const std::shared_ptr<Task>& task) {
     task->cancel_request();
     return false;
   }
+  return admit(task);
+}
+
+bool OvimuxThreadPool::push_arrival(const std::shared_ptr<Task>& task) {
+  if (!delivers_answers() || !ready_.load()) {
+    OVIMUX_LOG(kDebug) << "threadpool not ready, shutting down";
+    task->cancel_request();
+    return false;
+  }
+  return admit(task);
+}
+
+bool OvimuxThreadPool::admit(const std::shared_ptr<Task>& task) {
   if (enqueue(task)) {
     task_added_.notify_one();  // Not under the lock, which the woken worker takes at once.
     return true;

@@ -1,4 +1,7 @@
 // Shutdown of the middleware, which is final: every case runs in a process of its own.
+#include <stdexcept>
+
+#include "ovimux/core/shutdown_tasks.hpp"
 #include "support/wire_fixture.hpp"
 
 namespace norvik::ovimux {
@@ -87,6 +90,117 @@ TEST_F(Shutdown, ClearLeavesHeldEndpointsHarmless) {
   EXPECT_FALSE(writer->Publish(std::string("x")));
   EXPECT_TRUE(reader->SyncAll());
   EXPECT_FALSE(write("new")) << "nothing is opened any more";
+}
+
+// Registers what `act` does as a task, and tells when it has run.
+class Closing : public Shutdown {
+ protected:
+  using Deadline = std::chrono::steady_clock::time_point;
+
+  template <typename Act>
+  std::unique_ptr<ShutdownTask> task(Act act) {
+    return std::make_unique<ShutdownTask>([this, act](Deadline deadline) {
+      act(deadline);
+      ++runs_;
+    });
+  }
+  std::atomic<int> runs_{0};
+};
+
+TEST_F(Closing, TasksPublishAndGetAnswersWhileOthersAreRefused) {
+  test::PeerProcess peer(OVIMUX_WIRE_PEER);
+  ASSERT_EQ("ok", peer.ask("echo answering 0"));
+  const auto client = node_->CreateClient("answering", RpcQos{}, false);
+  const auto writer = write("topic");
+  client->WaitForServerConnected(seconds(10));
+  const auto sends = task([&](Deadline deadline) {
+    EXPECT_FALSE(OK());
+    EXPECT_GT(deadline, std::chrono::steady_clock::now());
+    EXPECT_TRUE(writer->Publish(std::string("x")));
+    EXPECT_NE(nullptr, client->SendRequest(std::string("x"), seconds(1)));
+    const auto future = client->AsyncSendRequest(std::string("y"));
+    ASSERT_TRUE(future.valid());
+    EXPECT_EQ(std::future_status::ready, future.wait_until(deadline));
+    std::thread([&] {
+      EXPECT_FALSE(writer->Publish(std::string("x")));
+      const ClosingPass pass;
+      EXPECT_NE(nullptr, client->SendRequest(std::string("x"), seconds(1)));
+    }).join();
+  });
+  AsyncShutdown();
+  WaitForShutdown();
+  EXPECT_EQ(1, runs_);
+  Clear();
+  EXPECT_EQ(1, runs_);
+  const ClosingPass pass;
+  EXPECT_FALSE(writer->Publish(std::string("x"))) << "closed";
+}
+
+TEST_F(Closing, IsBoundedWhenNobodyAnswers) {
+  test::PeerProcess peer(OVIMUX_WIRE_PEER);
+  ASSERT_EQ("ok", peer.ask("hold silent"));
+  const auto client = node_->CreateClient("silent", RpcQos{}, false);
+  client->WaitForServerConnected(seconds(10));
+  const auto ask = [&](Deadline deadline) {
+    EXPECT_EQ(std::future_status::timeout, client->AsyncSendRequest(std::string("x")).wait_until(deadline));
+  };
+  const auto first = task(ask);
+  const auto second = task(ask);
+  const auto start = std::chrono::steady_clock::now();
+  Clear();
+  const auto elapsed = std::chrono::steady_clock::now() - start;
+  EXPECT_EQ(2, runs_);
+  EXPECT_GE(elapsed, std::chrono::milliseconds(500));
+  EXPECT_LT(elapsed, std::chrono::milliseconds(1500));
+}
+
+TEST_F(Closing, CallsFromAnywhereDoNotLockUp) {
+  std::unique_ptr<ShutdownTask> last;
+  const auto late = std::make_shared<std::unique_ptr<ShutdownTask>>();
+  const auto clears = task([](Deadline) {
+    AsyncShutdown();
+    Clear();
+  });
+  const auto throws = task([](Deadline) { throw std::runtime_error("x"); });
+  last = task([&](Deadline) {
+    *late = task([](Deadline) {});
+    last.reset();
+  });
+  Inbox inbox;
+  const auto reader = node_->CreateReader(
+      "topic", [](const void*, int, const void*) { Clear(); }, Qos{}, nullptr, false);
+  const auto writer = write("topic");
+  ASSERT_TRUE(eventually([&] { return writer->Publish(std::string("x")), !OK(); }));
+  WaitForShutdown();
+  EXPECT_EQ(3, runs_) << "all but the one that throws";
+  Clear();
+}
+
+TEST_F(Closing, SleepEndsWithTheRequest) {
+  std::atomic<int> ended{0};
+  const auto now = std::chrono::steady_clock::now();
+  EXPECT_TRUE(sleep_while_running(now + std::chrono::milliseconds(1)));
+  std::thread sleeper([&] { ended += sleep_while_running(now + seconds(60)) ? 2 : 1; });
+  AsyncShutdown();
+  sleeper.join();
+  EXPECT_EQ(1, ended);
+  EXPECT_FALSE(sleep_while_running(now)) << "also when it is over already";
+}
+
+TEST_F(Closing, TaskThatIsDestroyedWhileItRunsIsAwaited) {
+  test::Gate gate;
+  std::atomic<bool> running{false};
+  auto busy = task([&](Deadline) {
+    running = true;
+    gate.wait();
+  });
+  AsyncShutdown();
+  ASSERT_TRUE(eventually([&] { return running.load(); }));
+  std::thread destroyer([&] { busy.reset(); });
+  EXPECT_EQ(0, runs_);
+  gate.open();
+  destroyer.join();
+  EXPECT_EQ(1, runs_);
 }
 
 }  // namespace

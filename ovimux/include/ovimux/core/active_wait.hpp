@@ -1,7 +1,5 @@
 #pragma once
 
-#include <chrono>
-
 #include "ovimux/export.hpp"
 
 namespace norvik::ovimux {
@@ -13,9 +11,6 @@ class OVIMUX_EXPORT ActiveWait {
   ~ActiveWait();
   ActiveWait(const ActiveWait&) = delete;
   ActiveWait& operator=(const ActiveWait&) = delete;
-
-  // Sleeps until `deadline` and returns true, or returns false early when a shutdown is asked for.
-  bool sleep_until(std::chrono::steady_clock::time_point deadline) const;
 };
 
 }  // namespace norvik::ovimux

@@ -50,6 +50,7 @@ class OVIMUX_EXPORT DDSClientSubListenerCore : public SubListenerBase {
   bool accept(const eprosima::fastdds::dds::SampleInfo& info) override;
   int enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info) override;
   int64_t transit_threshold_ms() const override;
+  bool receives() const override;
   uint32_t log_index(const Envelope& envelope) const override { return envelope.rpc_seq; }
   void on_match_count(int32_t current_count) override { on_match_count_(current_count); }
 
@@ -93,7 +94,9 @@ class OVIMUX_EXPORT DDSClientBase {
   template <typename Req>
   bool publish_request(const std::shared_ptr<const Req>& request, unsigned& seq);
 
+  // Log when they give false. The first asks for the calling thread, the second for answers.
   bool check_running() const;
+  bool check_delivering() const;
   bool check_open_and_log() const;
 
   DDSNodeFactory* const factory_;
@@ -106,6 +109,7 @@ class OVIMUX_EXPORT DDSClientBase {
 
  private:
   bool begin_publish(unsigned& seq);
+  bool require_running(bool running) const;
 
   std::shared_ptr<DDSClientSubListenerCore> listener_;
   DataWriter* writer_ = nullptr;

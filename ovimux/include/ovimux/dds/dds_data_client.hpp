@@ -14,6 +14,7 @@
 
 #include "ovimux/base/client_base.hpp"
 #include "ovimux/core/active_wait.hpp"
+#include "ovimux/core/shutdown_tasks.hpp"
 #include "ovimux/dds/dds_client_base.hpp"
 #include "ovimux/dds/payload_codec.hpp"
 #include "ovimux/export.hpp"
@@ -166,14 +167,14 @@ class DDSSerializationDataClient : public SerializationClient<Req, Resp>,
     return nullptr;
   }
 
-  // False on time-out, and early on shutdown. The deadline is one of the system clock.
+  // False on time-out, and early on shutdown.
   static bool wait_until_ready(const ResponseFuture& future, const std::chrono::seconds& timeout) {
-    using Clock = std::chrono::system_clock;
+    using Clock = std::chrono::steady_clock;
     constexpr std::chrono::milliseconds kShutdownCheckPeriod{50};
     constexpr std::chrono::hours kLongestWait{24 * 365};  // Keeps the deadline within the range of the clock.
     const ActiveWait active;
     const auto deadline = Clock::now() + std::min<Clock::duration>(timeout, kLongestWait);
-    while (OK()) {
+    while (may_send()) {
       const auto slice = std::min(deadline, Clock::now() + kShutdownCheckPeriod);
       if (future.wait_until(slice) == std::future_status::ready) {
         return true;
@@ -186,7 +187,7 @@ class DDSSerializationDataClient : public SerializationClient<Req, Resp>,
   }
 
   void HandleResponse(const ResponsePtr& response, unsigned seq) {
-    if (!check_running()) {
+    if (!check_delivering()) {
       return;
     }
     OVIMUX_LOG(kDebug) << "DDSSerializationDataClient: client recv response, topic: " << topic()

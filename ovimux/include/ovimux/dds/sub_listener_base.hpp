@@ -49,6 +49,8 @@ class OVIMUX_EXPORT SubListenerBase : public eprosima::fastdds::dds::DataReaderL
   // Moves the bytes out of `envelope` into the queue; 0 on success. Logs nothing.
   virtual int enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info) = 0;
   virtual int64_t transit_threshold_ms() const = 0;
+  // Whether samples are taken at all: until shutdown.
+  virtual bool receives() const;
   // What finds the large part of this listener's messages, if they have one.
   virtual FindBulk find_bulk() const { return nullptr; }
   virtual bool kicks_task() const { return true; }

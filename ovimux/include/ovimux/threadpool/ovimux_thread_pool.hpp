@@ -45,11 +45,16 @@ class OVIMUX_EXPORT OvimuxThreadPool {
     return push(task);
   }
 
+  // The same for a task that an arriving sample asks for: that the middleware stops meanwhile is no error, and answers
+  // are still handled while it closes.
+  bool push_arrival(const std::shared_ptr<Task>& task);
+
   void set_policy(OverflowPolicy policy) { policy_.store(policy); }
   unsigned worker_count() const { return static_cast<unsigned>(workers_.size()); }
 
  private:
   bool push(const std::shared_ptr<Task>& task);
+  bool admit(const std::shared_ptr<Task>& task);
   bool enqueue(const std::shared_ptr<Task>& task);
   void handle_overflow(const std::shared_ptr<Task>& task);
   void drop_oldest();

@@ -1,0 +1,117 @@
+#include "core/exit_handler.hpp"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+#include "core/process_state.hpp"
+#include "core/signal_watcher.hpp"
+#include "dds/dds_thread.hpp"
+#include "ovimux/core/exit_hold.hpp"
+#include "ovimux/log.hpp"
+#include "ovimux/ovimux.hpp"
+
+namespace norvik::ovimux {
+namespace {
+
+constexpr std::chrono::milliseconds kTimeForExitCallback{500};
+
+std::atomic<bool> g_exiting{false};
+std::thread::id g_exiting_thread;  // Set before g_exiting.
+
+// Ends the process, with the status that it was to have, when it has not been dismissed in time. DDS may never come
+// back from closing: it can lock up when peers leave under load.
+class ExitDeadline {
+ public:
+  explicit ExitDeadline(int status) {
+    try {
+      thread_ = std::thread([this, status] { wait(status); });
+    } catch (const std::exception& error) {
+      OVIMUX_LOG(kWarning) << "no thread to watch the closing of DDS: " << error.what();
+    }
+  }
+  ~ExitDeadline() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      dismissed_ = true;
+    }
+    changed_.notify_all();
+    if (thread_.joinable()) {
+      thread_.join();
+    }
+  }
+  ExitDeadline(const ExitDeadline&) = delete;
+  ExitDeadline& operator=(const ExitDeadline&) = delete;
+
+ private:
+  void wait(int status) {
+    constexpr std::chrono::seconds kLongestClosing{5};  // Usual are some milliseconds.
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (!changed_.wait_for(lock, kLongestClosing, [this] { return dismissed_; })) {
+      OVIMUX_LOG(kError) << "DDS did not close, ending the process without it";
+      std::fflush(stdout);
+      ::_exit(status);
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool dismissed_ = false;
+  std::thread thread_;
+};
+
+[[noreturn]] void park() {
+  while (true) {
+    ::pause();
+  }
+}
+
+// Two threads in exit() would run each other's destructors; the second one ends here, and with it an exit callback.
+void park_second_exit(int /*status*/, void* /*unused*/) {
+  if (std::this_thread::get_id() == g_exiting_thread) {
+    return;
+  }
+  if (on_shutdown_thread()) {
+    note_exit_callback_done();
+  }
+  park();
+}
+
+void at_exit(int status, void* /*unused*/) {
+  static std::atomic<bool> begun{false};
+  if (begun.exchange(true)) {
+    return;
+  }
+  g_exiting_thread = std::this_thread::get_id();
+  g_exiting.store(true);
+  ::on_exit(park_second_exit, nullptr);  // Is now what a second thread in exit() meets first.
+  const ExitDeadline deadline(status);
+  AsyncShutdown();
+  finish_shutdown_tasks();
+  await_exit_callback(kTimeForExitCallback);
+  if (!on_dds_thread()) {  // exit() inside a listener call: closing would wait for that very call.
+    Clear();
+  }
+}
+
+}  // namespace
+
+void register_exit_handler() { ::on_exit(at_exit, nullptr); }  // Unlike atexit, tells the status.
+
+bool process_is_exiting() { return g_exiting.load(); }
+
+void hold_while_exiting() {
+  constexpr std::chrono::seconds kLongestHold{10};  // For a program that joins its threads at its very end.
+  if (g_exiting.load() && std::this_thread::get_id() != g_exiting_thread) {
+    std::this_thread::sleep_for(kLongestHold);
+  }
+}
+
+}  // namespace norvik::ovimux

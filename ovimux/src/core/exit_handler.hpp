@@ -1,0 +1,13 @@
+#pragma once
+
+namespace norvik::ovimux {
+
+// Makes exit() shut the middleware down and close DDS, once, before it destroys any object that was made earlier than
+// this call; so it may be called again and again. A closing that takes too long is given up, and with it every later
+// step of exit(): the process ends with its status.
+void register_exit_handler();
+
+// True once exit() has begun. Waits of destructors become bounded then.
+bool process_is_exiting();
+
+}  // namespace norvik::ovimux
