@@ -3,10 +3,11 @@
 #include <iostream>
 #include <thread>
 
-#include "control_client.hpp"
-#include "model_folder.hpp"
+#include "control/control_client.hpp"
+#include "model/model_folder.hpp"
 #include "options.hpp"
 #include "ovimux/ovimux.hpp"
+#include "service_table.hpp"
 #include "simulator.hpp"
 
 namespace {
@@ -18,10 +19,8 @@ constexpr int kUsageError = 2;
 
 void print_endpoints(const std::string& model) {
   static const char* const kVerbs[] = {"publishes", "subscribes", "serves"};
-  for (const ServiceEntry* entry : services_of(model)) {
-    for (const EndpointInfo& endpoint : entry->endpoints) {
-      std::cout << kVerbs[static_cast<int>(endpoint.direction)] << ' ' << endpoint.name << ' ' << endpoint.type << '\n';
-    }
+  for (const EndpointInfo& endpoint : endpoints_of(model)) {
+    std::cout << kVerbs[static_cast<int>(endpoint.direction)] << ' ' << endpoint.name << ' ' << endpoint.type << '\n';
   }
 }
 

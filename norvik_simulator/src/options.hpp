@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "robot_model.hpp"
-#include "sensor_settings.hpp"
+#include "model/robot_model.hpp"
+#include "sight/sensor_settings.hpp"
 
 namespace norvik::simulator {
 

@@ -1,6 +1,7 @@
-#include "control_commands.hpp"
-#include "service.hpp"
-#include "services/sensor_tables.hpp"
+#include "service_table.hpp"
+
+#include "control/control_commands.hpp"
+#include "services/sensors/sensor_tables.hpp"
 #include "services/services.hpp"
 
 namespace norvik::simulator {
@@ -121,6 +122,14 @@ std::vector<const ServiceEntry*> services_of(const std::string& model) {
     if (serves) {
       result.push_back(&entry);
     }
+  }
+  return result;
+}
+
+std::vector<EndpointInfo> endpoints_of(const std::string& model) {
+  std::vector<EndpointInfo> result;
+  for (const ServiceEntry* entry : services_of(model)) {
+    result.insert(result.end(), entry->endpoints.begin(), entry->endpoints.end());
   }
   return result;
 }

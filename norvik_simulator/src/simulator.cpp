@@ -3,9 +3,10 @@
 #include <chrono>
 #include <thread>
 
-#include "control_commands.hpp"
+#include "control/control_commands.hpp"
 #include "ovimux/ovimux.hpp"
-#include "state_messages.hpp"
+#include "service_table.hpp"
+#include "wire/state_messages.hpp"
 
 namespace norvik::simulator {
 
@@ -16,7 +17,8 @@ Simulator::Simulator(const std::string& model, RobotModel robot, Kinematics kine
       infrared_{sensors.infrared, sensors.infrared},
       speaker_(sensors.speaker_folder),
       node_(ovimux::CreateNode("norvik_simulator", "")),
-      environment_{world_, wire_faults_, delays_, *node_, sensors_, infrared_, speaker_},
+      endpoints_(endpoints_of(model)),
+      environment_{world_, wire_faults_, delays_, *node_, sensors_, infrared_, speaker_, endpoints_},
       fault_plan_(std::move(faults)) {
   for (const ServiceEntry* entry : services_of(model)) {
     services_.push_back(entry->make(environment_));

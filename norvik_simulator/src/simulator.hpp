@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "environment.hpp"
-#include "fault_plan.hpp"
-#include "service.hpp"
+#include "control/fault_plan.hpp"
+#include "wire/environment.hpp"
+#include "wire/service.hpp"
 
 namespace norvik::simulator {
 
@@ -32,6 +32,7 @@ class Simulator {
   InfraredMode infrared_;
   Speaker speaker_;
   std::unique_ptr<ovimux::Node> node_;
+  const std::vector<EndpointInfo> endpoints_;
   Environment environment_;
   FaultPlan fault_plan_;
   std::vector<std::unique_ptr<Service>> services_;

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "fault_plan.hpp"
-#include "wire_faults.hpp"
+#include "control/fault_plan.hpp"
+#include "wire/wire_faults.hpp"
 
 namespace norvik::simulator {
 namespace {

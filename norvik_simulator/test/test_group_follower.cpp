@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "blend.hpp"
-#include "group_follower.hpp"
 #include "norvik/tavrinox_proto/tavrinox_target.pb.h"
+#include "world/blend.hpp"
+#include "world/group_follower.hpp"
 
 namespace norvik::simulator {
 namespace {

@@ -5,9 +5,9 @@
 #include <cmath>
 #include <opencv2/imgcodecs.hpp>
 
-#include "picture.hpp"
-#include "scan.hpp"
-#include "scene.hpp"
+#include "sight/picture.hpp"
+#include "sight/scan.hpp"
+#include "sight/scene.hpp"
 
 namespace norvik::simulator {
 namespace {

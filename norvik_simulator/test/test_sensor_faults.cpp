@@ -5,11 +5,11 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "damage.hpp"
 #include "norvik/sensor_proto/image.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_sensor.pb.h"
-#include "speaker.hpp"
-#include "wire_faults.hpp"
+#include "wire/damage.hpp"
+#include "wire/wire_faults.hpp"
+#include "world/speaker.hpp"
 
 namespace norvik::simulator {
 namespace {

@@ -4,8 +4,8 @@
 #include <functional>
 #include <limits>
 
-#include "state_messages.hpp"
-#include "world.hpp"
+#include "wire/state_messages.hpp"
+#include "world/world.hpp"
 
 namespace norvik::simulator {
 namespace {

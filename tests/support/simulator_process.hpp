@@ -63,7 +63,7 @@ struct ProgramResult {
 // Runs the simulator to its end and returns what it wrote on the standard output.
 ProgramResult run_simulator(const std::vector<std::string>& arguments);
 
-// Plans faults in the running simulator, and asks for its state; see norvik_simulator/src/control_commands.hpp.
+// Plans faults in the running simulator, and asks for its state; see docs/simulator.md.
 class SimulatorControl {
  public:
   SimulatorControl();

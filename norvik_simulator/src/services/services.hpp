@@ -3,7 +3,8 @@
 #include <memory>
 
 #include "ovimux/qos.hpp"
-#include "service.hpp"
+#include "wire/environment.hpp"
+#include "wire/service.hpp"
 
 namespace norvik::simulator {
 

@@ -1,0 +1,227 @@
+#include "control/control_commands.hpp"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace norvik::simulator {
+
+namespace {
+
+using nlohmann::json;
+
+// What a command gets wrong; becomes the "error" of its answer.
+struct BadCommand : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+bool has_endpoint(const Environment& environment, const std::string& name, Direction direction) {
+  return std::any_of(environment.endpoints.begin(), environment.endpoints.end(), [&](const EndpointInfo& endpoint) {
+    return endpoint.name == name && endpoint.direction == direction;
+  });
+}
+
+template <typename Fault>
+Fault find_fault(const std::map<std::string, Fault>& faults, const std::string& name) {
+  const auto it = faults.find(name);
+  if (it == faults.end()) {
+    throw BadCommand("unknown fault: " + name);
+  }
+  return it->second;
+}
+
+void require(bool good, const std::string& error) {
+  if (!good) {
+    throw BadCommand(error);
+  }
+}
+
+bool is_short(std::chrono::milliseconds delay) { return delay.count() >= 0 && delay < std::chrono::hours(1); }
+
+json set_error(Environment& environment, const json& command) {
+  const auto group = command.at("group").get<std::string>();
+  const auto code = command.at("code").get<int32_t>();
+  const auto description = command.value("description", "injected fault");
+  require(environment.world.set_error(group, code, description), "unknown group: " + group);
+  return {};
+}
+
+json set_reply_fault(Environment& environment, const json& command) {
+  static const std::map<std::string, ReplyFault> kFaults = {{"none", ReplyFault::kNone},
+                                                            {"reject", ReplyFault::kReject},
+                                                            {"delay", ReplyFault::kDelay},
+                                                            {"lose", ReplyFault::kLose},
+                                                            {"duplicate", ReplyFault::kDuplicate}};
+  const auto service = command.at("service").get<std::string>();
+  require(service != kControlService && has_endpoint(environment, service, Direction::kServes),
+          "unknown service: " + service);
+  PlannedReplyFault planned;
+  planned.fault = find_fault(kFaults, command.at("fault").get<std::string>());
+  planned.count = command.value("count", int64_t{1});
+  planned.delay = std::chrono::milliseconds(command.value("delay_ms", int64_t{0}));
+  require(is_short(planned.delay), "delay_ms is not within an hour");
+  environment.faults.set_reply_fault(service, planned);
+  return {};
+}
+
+// The text of a malformed message; by default a field of a type that does not exist and a length far behind the end.
+std::shared_ptr<const std::string> read_payload(const json& command) {
+  const auto text = command.value("payload", std::string("\x0f\xff\xff\xff\xff\x7fgarbage"));
+  const auto repeat = command.value("repeat", int64_t{1});
+  require(repeat >= 1 && repeat <= ovimux::kLargePayloadBound / static_cast<int64_t>(std::max<size_t>(text.size(), 1)),
+          "payload is longer than a message can be");
+  auto payload = std::make_shared<std::string>();
+  for (int64_t i = 0; i < repeat; ++i) {
+    *payload += text;
+  }
+  return payload;
+}
+
+json set_topic_fault(Environment& environment, const json& command) {
+  static const std::map<std::string, TopicFault> kFaults = {
+      {"none", TopicFault::kNone},           {"silent", TopicFault::kSilent}, {"malformed", TopicFault::kMalformed},
+      {"drop", TopicFault::kDrop},           {"delay", TopicFault::kDelay},   {"corrupt", TopicFault::kCorrupt},
+      {"wrong_size", TopicFault::kWrongSize}};
+  const auto topic = command.at("topic").get<std::string>();
+  require(has_endpoint(environment, topic, Direction::kPublishes), "unknown topic: " + topic);
+  PlannedTopicFault planned;
+  planned.fault = find_fault(kFaults, command.at("fault").get<std::string>());
+  planned.share = command.value("share", 1.0);
+  require(planned.share >= 0.0 && planned.share <= 1.0, "share is not within 0 and 1");
+  planned.delay = std::chrono::milliseconds(command.value("delay_ms", int64_t{0}));
+  require(is_short(planned.delay), "delay_ms is not within an hour");
+  planned.payload = read_payload(command);
+  environment.faults.set_topic_fault(topic, planned);
+  return {};
+}
+
+json set_clock(Environment& environment, const json& command) {
+  const std::chrono::milliseconds skew(command.at("skew_ms").get<int64_t>());
+  require(skew < std::chrono::hours(24) && skew > -std::chrono::hours(24), "skew_ms is more than a day");
+  environment.faults.set_clock_skew(skew);
+  return {};
+}
+
+json set_infrared(Environment& environment, const json& command) {
+  const auto side = command.at("side").get<std::string>();
+  require(side == "left" || side == "right", "side is neither left nor right: " + side);
+  auto& mode = side == "left" ? environment.infrared.left : environment.infrared.right;
+  mode = command.at("enabled").get<bool>();
+  return {};
+}
+
+json freeze(Environment& environment, const json& command) {
+  const bool frozen = command.value("frozen", true);
+  for (const auto& joint : command.at("joints").get<std::vector<std::string>>()) {
+    require(environment.world.set_frozen(joint, frozen), "unknown joint: " + joint);
+  }
+  return {};
+}
+
+json set_positions(Environment& environment, const json& command) {
+  for (const auto& [joint, position] : command.at("positions").get<std::map<std::string, double>>()) {
+    require(environment.world.set_position(joint, position), "unknown joint, or out of its range: " + joint);
+  }
+  return {};
+}
+
+json place_object(Environment& environment, const json& command) {
+  const auto group = command.at("group").get<std::string>();
+  const auto width = command.at("width_mm").get<double>();
+  require(environment.world.set_object(group, width), "no gripper: " + group);
+  return {};
+}
+
+json clear(Environment& environment, const json& /*command*/) {
+  environment.world.clear_faults();
+  environment.faults.clear();
+  return {};
+}
+
+json crash(Environment& /*environment*/, const json& command) {
+  const auto how = command.value("how", "exit");
+  require(how == "exit" || how == "abort", "unknown way to crash: " + how);
+  if (how == "abort") {
+    std::abort();
+  }
+  ::_exit(1);
+}
+
+json describe_groups(const WorldState& state) {
+  json groups = json::object();
+  for (const GroupState& group : state.groups) {
+    groups[group.name] = {{"sampling_finished", group.progress.sampling_finished},
+                          {"target_finished", group.progress.target_finished},
+                          {"percent", group.progress.percent},
+                          {"final_error", group.final_error},
+                          {"target_id", group.progress.target_id}};
+  }
+  return groups;
+}
+
+json describe(Environment& environment, const json& /*command*/) {
+  const WorldState state = environment.world.state();
+  json errors = json::object();
+  for (const auto& [group, error] : state.errors) {
+    errors[group] = {{"code", error.code}, {"description", error.description}};
+  }
+  const PlanarPose& pose = state.base_pose;
+  const PlanarTwist& twist = state.base_twist;
+  return {
+      {"model", environment.world.robot().name},
+      {"steps", state.steps},
+      {"joints", state.positions()},
+      {"groups", describe_groups(state)},
+      {"base", {{"x", pose.x}, {"y", pose.y}, {"yaw", pose.yaw}, {"vx", twist.vx}, {"vy", twist.vy}, {"wz", twist.wz}}},
+      {"errors", errors},
+      {"controllers", state.controllers},
+      {"emergency_stop", state.emergency_stop},
+      {"volume", environment.speaker.volume()},
+      {"speaker", environment.speaker.streams()},
+      {"counters", environment.faults.counters()}};
+}
+
+using Operation = json (*)(Environment&, const json&);
+const std::map<std::string, Operation>& operations() {
+  static const std::map<std::string, Operation> kOperations = {
+      {"error", set_error},
+      {"reply", set_reply_fault},
+      {"topic", set_topic_fault},
+      {"clock", set_clock},
+      {"infrared", set_infrared},
+      {"freeze", freeze},
+      {"set_positions", set_positions},
+      {"place_object", place_object},
+      {"clear", clear},
+      {"crash", crash},
+      {"state", describe},
+  };
+  return kOperations;
+}
+
+json failure(const std::string& error) { return {{"ok", false}, {"error", error}}; }
+
+}  // namespace
+
+json run_control_command(Environment& environment, const json& command) {
+  try {
+    const auto name = command.at("op").get<std::string>();
+    const auto operation = operations().find(name);
+    require(operation != operations().end(), "unknown op: " + name);
+    json answer = operation->second(environment, command);
+    answer["ok"] = true;
+    return answer;
+  } catch (const std::exception& error) {
+    return failure(error.what());
+  }
+}
+
+std::string run_control_text(Environment& environment, const std::string& text) {
+  const json command = json::parse(text, nullptr, false);
+  const json answer = command.is_discarded() ? failure("not JSON") : run_control_command(environment, command);
+  return answer.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+}  // namespace norvik::simulator

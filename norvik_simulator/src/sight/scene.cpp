@@ -1,0 +1,186 @@
+#include "sight/scene.hpp"
+
+#include <embree3/rtcore.h>
+
+#include <array>
+#include <cmath>
+#include <stdexcept>
+
+namespace norvik::simulator {
+
+namespace {
+
+struct Box {
+  KDL::Vector centre;  // metres
+  KDL::Vector size;
+  cv::Vec3b colour;  // blue, green, red
+};
+
+const cv::Vec3b kWood(95, 150, 190);
+const cv::Vec3b kWall(205, 215, 215);
+
+// The first is the floor, which is chequered; the last slides.
+const std::vector<Box>& boxes() {
+  static const std::vector<Box> kBoxes = {
+      {{0.0, 0.0, -0.05}, {12.0, 12.0, 0.1}, {120, 125, 130}},
+      {{5.0, 0.0, 1.25}, {0.1, 10.0, 2.5}, kWall},
+      {{-5.0, 0.0, 1.25}, {0.1, 10.0, 2.5}, kWall},
+      {{0.0, 5.0, 1.25}, {10.0, 0.1, 2.5}, {215, 205, 190}},
+      {{0.0, -5.0, 1.25}, {10.0, 0.1, 2.5}, {190, 205, 215}},
+      {{2.2, 0.0, 0.73}, {0.8, 1.6, 0.04}, kWood},
+      {{1.9, 0.7, 0.355}, {0.06, 0.06, 0.71}, kWood},
+      {{1.9, -0.7, 0.355}, {0.06, 0.06, 0.71}, kWood},
+      {{2.5, 0.7, 0.355}, {0.06, 0.06, 0.71}, kWood},
+      {{2.5, -0.7, 0.355}, {0.06, 0.06, 0.71}, kWood},
+      {{2.1, 0.5, 0.85}, {0.14, 0.14, 0.2}, {50, 50, 205}},
+      {{2.2, -0.45, 0.825}, {0.2, 0.12, 0.15}, {70, 170, 60}},
+      {{2.4, 0.1, 0.9}, {0.12, 0.22, 0.3}, {200, 110, 50}},
+      {{-1.5, 2.6, 0.9}, {0.5, 1.2, 1.8}, {70, 90, 130}},
+      {{1.0, -2.4, 0.3}, {0.6, 0.6, 0.6}, {160, 80, 150}},
+      {{-2.2, -1.2, 0.5}, {0.8, 0.5, 1.0}, {90, 160, 170}},
+      {{1.95, 0.0, 0.81}, {0.12, 0.12, 0.12}, {40, 200, 230}},
+  };
+  return kBoxes;
+}
+
+constexpr uint32_t kFloor = 0;
+constexpr double kTile = 0.5;          // m
+constexpr double kSlide = 0.4;         // m to either side
+constexpr double kSlidePeriod = 12.0;  // s
+
+using Triangle = std::array<uint32_t, 3>;
+// Corner i has its x, y, z on the far side where bit 0, 1, 2 of i is set.
+constexpr std::array<Triangle, 12> kTriangles = {{{0, 4, 6},
+                                                  {0, 6, 2},
+                                                  {1, 3, 7},
+                                                  {1, 7, 5},
+                                                  {0, 1, 5},
+                                                  {0, 5, 4},
+                                                  {2, 6, 7},
+                                                  {2, 7, 3},
+                                                  {0, 2, 3},
+                                                  {0, 3, 1},
+                                                  {4, 5, 7},
+                                                  {4, 7, 6}}};
+
+void write_corners(const Box& box, const KDL::Vector& centre, float* corners) {
+  for (int i = 0; i < 8; ++i) {
+    for (int axis = 0; axis < 3; ++axis) {
+      const double side = (i >> axis & 1) != 0 ? 0.5 : -0.5;
+      corners[3 * i + axis] = static_cast<float>(centre(axis) + side * box.size(axis));
+    }
+  }
+}
+
+Scene::Direction facing(const RTCRayHit& ray) {
+  const float length =
+      std::sqrt(ray.hit.Ng_x * ray.hit.Ng_x + ray.hit.Ng_y * ray.hit.Ng_y + ray.hit.Ng_z * ray.hit.Ng_z);
+  const float along = ray.hit.Ng_x * ray.ray.dir_x + ray.hit.Ng_y * ray.ray.dir_y + ray.hit.Ng_z * ray.ray.dir_z;
+  const float scale = (along > 0.0F ? -1.0F : 1.0F) / length;
+  return {ray.hit.Ng_x * scale, ray.hit.Ng_y * scale, ray.hit.Ng_z * scale};
+}
+
+RTCRayHit make_ray(const KDL::Vector& origin, const Scene::Direction& direction) {
+  RTCRayHit ray{};
+  ray.ray.org_x = static_cast<float>(origin.x());
+  ray.ray.org_y = static_cast<float>(origin.y());
+  ray.ray.org_z = static_cast<float>(origin.z());
+  ray.ray.dir_x = direction.x;
+  ray.ray.dir_y = direction.y;
+  ray.ray.dir_z = direction.z;
+  ray.ray.tfar = std::numeric_limits<float>::infinity();
+  ray.ray.mask = ~0U;
+  ray.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  return ray;
+}
+
+}  // namespace
+
+struct Scene::Core {
+  RTCDevice device = rtcNewDevice("threads=1");
+  RTCScene scene = device != nullptr ? rtcNewScene(device) : nullptr;
+  RTCGeometry sliding = nullptr;
+  float* sliding_corners = nullptr;
+  std::vector<RTCRayHit> rays;
+
+  Core() {
+    if (scene == nullptr) {
+      throw std::runtime_error("the ray caster cannot be set up");
+    }
+    rtcSetSceneFlags(scene, RTC_SCENE_FLAG_DYNAMIC);
+    for (const Box& box : boxes()) {
+      add(box);
+    }
+    rtcCommitScene(scene);
+  }
+
+  ~Core() {
+    rtcReleaseScene(scene);
+    rtcReleaseDevice(device);
+  }
+
+  // A geometry's number is its box's place in the table.
+  void add(const Box& box) {
+    sliding = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
+    sliding_corners = static_cast<float*>(
+        rtcSetNewGeometryBuffer(sliding, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 3 * sizeof(float), 8));
+    auto* triangles = static_cast<uint32_t*>(rtcSetNewGeometryBuffer(
+        sliding, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, sizeof(Triangle), kTriangles.size()));
+    write_corners(box, box.centre, sliding_corners);
+    for (const Triangle& triangle : kTriangles) {
+      triangles = std::copy(triangle.begin(), triangle.end(), triangles);
+    }
+    rtcCommitGeometry(sliding);
+    rtcAttachGeometry(scene, sliding);
+    rtcReleaseGeometry(sliding);  // The scene keeps it.
+  }
+};
+
+Scene::Scene() : core_(new Core) {}
+Scene::~Scene() = default;
+
+KDL::Vector Scene::sliding_box_centre(double time) {
+  const KDL::Vector& middle = boxes().back().centre;
+  return {middle.x(), middle.y() + kSlide * std::sin(2.0 * M_PI * time / kSlidePeriod), middle.z()};
+}
+
+void Scene::move_to(double time) {
+  write_corners(boxes().back(), sliding_box_centre(time), core_->sliding_corners);
+  rtcUpdateGeometryBuffer(core_->sliding, RTC_BUFFER_TYPE_VERTEX, 0);
+  rtcCommitGeometry(core_->sliding);
+  rtcCommitScene(core_->scene);
+}
+
+void Scene::cast(const KDL::Vector& origin, const std::vector<Direction>& directions, std::vector<Hit>& hits) {
+  auto& rays = core_->rays;
+  rays.clear();
+  for (const Direction& direction : directions) {
+    rays.push_back(make_ray(origin, direction));
+  }
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  context.flags = RTC_INTERSECT_CONTEXT_FLAG_COHERENT;
+  rtcIntersect1M(core_->scene, &context, rays.data(), static_cast<unsigned>(rays.size()), sizeof(RTCRayHit));
+  hits.clear();
+  for (const RTCRayHit& ray : rays) {
+    const bool met = ray.hit.geomID != RTC_INVALID_GEOMETRY_ID;
+    hits.push_back(met ? Hit{ray.ray.tfar, facing(ray), ray.hit.geomID} : Hit{});
+  }
+}
+
+std::optional<double> Scene::distance(const KDL::Frame& sensor) {
+  const KDL::Vector x = sensor.M.UnitX();
+  std::vector<Hit> hits;
+  cast(sensor.p, {{static_cast<float>(x.x()), static_cast<float>(x.y()), static_cast<float>(x.z())}}, hits);
+  return hits[0].exists() ? std::optional<double>(hits[0].distance) : std::nullopt;
+}
+
+cv::Vec3b Scene::colour(uint32_t body, const KDL::Vector& point) const {
+  const cv::Vec3b& colour = boxes()[body].colour;
+  const bool dark_tile =
+      body == kFloor &&
+      (std::lround(std::floor(point.x() / kTile)) + std::lround(std::floor(point.y() / kTile))) % 2 != 0;
+  return dark_tile ? cv::Vec3b(colour[0] / 2, colour[1] / 2, colour[2] / 2) : colour;
+}
+
+}  // namespace norvik::simulator

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <vector>
+
+#include "ovimux/node.hpp"
+#include "sight/sensor_settings.hpp"
+#include "wire/delay_queue.hpp"
+#include "wire/endpoint_info.hpp"
+#include "wire/wire_faults.hpp"
+#include "world/speaker.hpp"
+#include "world/world.hpp"
+
+namespace norvik::simulator {
+
+// What every service works with. All of it outlives the services.
+struct Environment {
+  World& world;
+  WireFaults& faults;
+  DelayQueue& delays;
+  ovimux::Node& node;
+  const SensorSettings& sensors;
+  InfraredMode& infrared;
+  Speaker& speaker;
+  const std::vector<EndpointInfo>& endpoints;  // Of this model.
+};
+
+}  // namespace norvik::simulator

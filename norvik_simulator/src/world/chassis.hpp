@@ -1,0 +1,51 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "model/robot_model.hpp"
+#include "world/group_follower.hpp"
+#include "world/target_reader.hpp"
+
+namespace norvik::simulator {
+
+// An omnidirectional base on four wheels. It follows poses in the odometry frame, or holds a velocity for a time.
+// Not thread-safe.
+class Chassis {
+ public:
+  // `wheels`: four driven wheels, or four pairs of a steering and a driven joint.
+  explicit Chassis(const std::vector<std::string>& wheels);
+
+  bool has_room_for(const Motion& motion) const { return follower_.has_room_for(motion); }
+  void go_to(const Motion& motion);
+  // Keeps the twist until it is told something else. The target counts as finished after `time_s`.
+  void keep_twist(const PlanarTwist& twist, double time_s, const Motion& target);
+  void stop();
+  void step(double dt);
+
+  // In the odometry frame, which starts where the base did.
+  const PlanarPose& pose() const { return pose_; }
+  // In the base's own frame.
+  const PlanarTwist& twist() const { return twist_; }
+  const std::vector<JointMotion>& wheels() const { return wheels_; }
+  const MotionProgress& progress() const { return progress_; }
+  double final_error() const { return by_twist_ ? 0.0 : follower_.final_error(); }
+
+ private:
+  void step_twist(double dt);
+  void step_pose(double dt);
+  void turn_wheels(double dt);
+
+  PlanarPose pose_;
+  PlanarTwist twist_;
+  GroupFollower follower_;  // Of x, y and yaw.
+  bool by_twist_ = false;
+  PlanarTwist wanted_;
+  double time_left_ = 0.0;
+  double time_total_ = 0.0;
+  std::vector<JointMotion> wheels_;
+  bool steered_;
+  MotionProgress progress_;
+};
+
+}  // namespace norvik::simulator

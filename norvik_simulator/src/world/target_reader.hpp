@@ -1,0 +1,50 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "model/robot_model.hpp"
+#include "norvik/tavrinox_proto/tavrinox_target.pb.h"
+#include "world/group_follower.hpp"
+
+namespace norvik::simulator {
+
+// The readers below check what came over the wire and turn it into motion. They return the reason of a refusal, empty
+// when there is none. Pure.
+
+// `hold` are the positions at which joints stay that the target does not name.
+std::string read_group_motion(const GroupModel& group, const std::vector<double>& hold,
+                              const tavrinox_proto::TargetGroupTrajectory& target, Motion& motion);
+
+struct PlanarPose {
+  double x = 0.0;
+  double y = 0.0;
+  double yaw = 0.0;
+};
+
+struct PlanarTwist {
+  double vx = 0.0;
+  double vy = 0.0;
+  double wz = 0.0;
+};
+
+// `from` is where the base is: poses relative to it start there, and its yaw decides which way round to turn.
+std::string read_chassis_poses(const PlanarPose& from, const tavrinox_proto::TargetTaskTrajectory& target,
+                               Motion& motion);
+std::string read_chassis_twist(const tavrinox_proto::TargetTaskTrajectory& target, PlanarTwist& twist, double& time_s);
+
+// A pose that a frame of the robot is to take.
+struct FrameTarget {
+  std::string frame;
+  std::string reference;
+  double position[3];
+  double orientation[4];  // x, y, z, w; a unit quaternion.
+};
+// Leaves `frames` empty for a target that only clears; `duration_s` is the time the motion may take.
+std::string read_frame_targets(const tavrinox_proto::TargetTaskTrajectory& target, std::vector<FrameTarget>& frames,
+                               double& duration_s);
+
+// Type, sampling and identity of a motion from the configuration of its target.
+std::string read_target_config(const tavrinox_proto::TargetConfig& config, Motion& motion);
+
+}  // namespace norvik::simulator
