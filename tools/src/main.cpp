@@ -2,7 +2,7 @@
 
 #include <variant>
 
-#include "command_line.hpp"
+#include "cli/command_line.hpp"
 #include "verbs/verbs.hpp"
 
 int main(int argc, char** argv) {

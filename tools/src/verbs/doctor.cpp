@@ -10,16 +10,16 @@
 
 #include <nlohmann/json.hpp>
 
-#include "domain_probe.hpp"
-#include "host_findings.hpp"
-#include "message_decoder.hpp"
-#include "network.hpp"
+#include "doctor/host_findings.hpp"
+#include "doctor/wire_findings.hpp"
+#include "messages/message_decoder.hpp"
+#include "network/domain_probe.hpp"
+#include "network/network.hpp"
+#include "network/sample_inbox.hpp"
+#include "network/sample_tap.hpp"
 #include "ovimux/ovimux.hpp"
 #include "ovimux/role_attributes.pb.h"
-#include "sample_inbox.hpp"
-#include "sample_tap.hpp"
 #include "verbs/verbs.hpp"
-#include "wire_findings.hpp"
 
 namespace norvik::tools {
 namespace {

@@ -3,10 +3,10 @@
 
 #include <iostream>
 
-#include "network.hpp"
+#include "messages/sample_text.hpp"
+#include "network/network.hpp"
+#include "network/sample_tap.hpp"
 #include "ovimux/ovimux.hpp"
-#include "sample_tap.hpp"
-#include "sample_text.hpp"
 #include "verbs/verbs.hpp"
 
 namespace norvik::tools {

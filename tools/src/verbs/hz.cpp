@@ -5,9 +5,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "network.hpp"
+#include "network/network.hpp"
+#include "network/sample_tap.hpp"
 #include "ovimux/ovimux.hpp"
-#include "sample_tap.hpp"
 #include "verbs/verbs.hpp"
 
 namespace norvik::tools {

@@ -7,8 +7,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "network.hpp"
-#include "sample_tap.hpp"
+#include "network/network.hpp"
+#include "network/sample_tap.hpp"
 #include "verbs/verbs.hpp"
 
 namespace norvik::tools {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "command_line.hpp"
+#include "cli/options.hpp"
 
 namespace norvik::tools {
 

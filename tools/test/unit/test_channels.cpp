@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "channel.hpp"
-#include "domain_probe.hpp"
+#include "cli/near_names.hpp"
+#include "doctor/wire_findings.hpp"
 #include "impl/sensors/sensor_tables.hpp"
-#include "model_channels.hpp"
-#include "near_names.hpp"
+#include "model/model_channels.hpp"
+#include "network/channel.hpp"
+#include "network/domain_probe.hpp"
 #include "ovimux/role_attributes.pb.h"
-#include "wire_findings.hpp"
 
 namespace norvik::tools {
 namespace {

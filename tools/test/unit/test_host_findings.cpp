@@ -6,8 +6,8 @@
 
 #include <fstream>
 
-#include "file_descriptor.hpp"
-#include "host_findings.hpp"
+#include "doctor/host_findings.hpp"
+#include "host/file_descriptor.hpp"
 #include "support/temp_dir.hpp"
 
 namespace norvik::tools {

@@ -7,8 +7,8 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
-#include "message_decoder.hpp"
-#include "sample_text.hpp"
+#include "messages/message_decoder.hpp"
+#include "messages/sample_text.hpp"
 
 namespace norvik::tools {
 namespace {

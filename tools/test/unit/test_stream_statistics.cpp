@@ -1,8 +1,8 @@
 // Counting samples and measuring their rate.
 #include <gtest/gtest.h>
 
-#include "sample_inbox.hpp"
-#include "stream_statistics.hpp"
+#include "network/sample_inbox.hpp"
+#include "network/stream_statistics.hpp"
 
 namespace norvik::tools {
 namespace {
