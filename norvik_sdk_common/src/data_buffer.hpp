@@ -1,10 +1,11 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
+#include <shared_mutex>
 #include <utility>
 
-#include <boost/thread/lock_types.hpp>
-#include <boost/thread/shared_mutex.hpp>
+#include "ovimux/core/shared_mutex.hpp"
 
 namespace norvik::sdk {
 
@@ -15,18 +16,18 @@ class DataBuffer {
  public:
   // Empty until the first write.
   std::shared_ptr<T> get_data() const {
-    boost::shared_lock<boost::shared_mutex> lock(mutex_);
+    const std::shared_lock<ovimux::SharedMutex> lock(mutex_);
     return data_;
   }
 
   // The replaced record is released after the lock, so that freeing a large one never delays a reader.
   void set_data(std::shared_ptr<T> data) {
-    boost::unique_lock<boost::shared_mutex> lock(mutex_);
+    const std::unique_lock<ovimux::SharedMutex> lock(mutex_);
     data_.swap(data);
   }
 
  private:
-  mutable boost::shared_mutex mutex_;
+  mutable ovimux::SharedMutex mutex_;
   std::shared_ptr<T> data_;
 };
 

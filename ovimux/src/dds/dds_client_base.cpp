@@ -2,13 +2,12 @@
 
 #include <fastdds/dds/publisher/DataWriter.hpp>
 #include <fastdds/dds/publisher/DataWriterListener.hpp>
-#include <fastdds/dds/subscriber/SampleInfo.hpp>
 
 #include <algorithm>
-#include <cstring>
 #include <sstream>
 #include <utility>
 
+#include "dds/dds_identity.hpp"
 #include "dds/dds_thread.hpp"
 #include "dds/drain.hpp"
 #include "dds/token.hpp"
@@ -23,25 +22,9 @@
 namespace norvik::ovimux {
 namespace {
 
-using eprosima::fastrtps::rtps::GUID_t;
-
 constexpr SubListenerBase::Kind kClientKind = {
     "DDSClientSubSerializationListener", "DDSClientSubSerializationListener: 64k data received", kClientChannel, false};
 constexpr std::chrono::milliseconds kServerPollPeriod{100};
-
-std::array<uint8_t, 16> guid_bytes(const GUID_t& guid) {
-  std::array<uint8_t, 16> bytes{};
-  std::memcpy(bytes.data(), guid.guidPrefix.value, 12);
-  std::memcpy(bytes.data() + 12, guid.entityId.value, 4);
-  return bytes;
-}
-
-GUID_t guid_of(const std::array<uint8_t, 16>& bytes) {
-  GUID_t guid;
-  std::memcpy(guid.guidPrefix.value, bytes.data(), 12);
-  std::memcpy(guid.entityId.value, bytes.data() + 12, 4);
-  return guid;
-}
 
 // Counts the servers that read this client's requests.
 class DDSClientPubListener : public eprosima::fastdds::dds::DataWriterListener {
@@ -85,22 +68,21 @@ int64_t DDSClientSubListenerCore::transit_threshold_ms() const {
   return GlobalData::Instance()->getClientSubThreshold();
 }
 
-bool DDSClientSubListenerCore::accept(const eprosima::fastdds::dds::SampleInfo& info) {
-  const GUID_t& incoming = info.related_sample_identity.writer_guid();
-  const bool is_mine = writer_guid_known_.load(std::memory_order_acquire) && guid_bytes(incoming) == writer_guid_;
+bool DDSClientSubListenerCore::accept(const SampleOrigin& origin) {
+  const SampleIdentity& request = origin.related;
+  const bool is_mine = writer_guid_known_.load(std::memory_order_acquire) && request.writer_guid == writer_guid_;
   if (is_mine) {
     OVIMUX_LOG(kInfo) << "DDSClientSubSerializationListener: related_sample_identity success, topic: " << topic()
-                      << ", writer sn: " << info.related_sample_identity.sequence_number().to64long();
+                      << ", writer sn: " << request.sequence_number;
   } else {
     OVIMUX_LOG(kInfo) << "DDSClientSubSerializationListener: data id from other client, writer guid origin: "
-                      << guid_of(writer_guid_) << ", writer guid income: " << incoming
-                      << ", writer sn income: " << info.related_sample_identity.sequence_number().to64long()
-                      << ", topic: " << topic();
+                      << to_dds(writer_guid_) << ", writer guid income: " << to_dds(request.writer_guid)
+                      << ", writer sn income: " << request.sequence_number << ", topic: " << topic();
   }
   return is_mine;
 }
 
-int DDSClientSubListenerCore::enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& /*info*/) {
+int DDSClientSubListenerCore::enqueue(Envelope& envelope, const SampleOrigin& /*origin*/) {
   auto entry = std::make_shared<ClientQueueData>();
   entry->length = static_cast<uint32_t>(envelope.raw_data.size());
   entry->bytes = std::make_shared<std::vector<uint8_t>>(std::move(envelope.raw_data));
@@ -175,8 +157,8 @@ bool DDSClientBase::open_endpoints(const std::shared_ptr<DDSClientSubListenerCor
   writer_ = factory_->CreateWriter(request_topic_, std::move(pub_listener), request_qos_);
   if (writer_ != nullptr) {
     // Known before the reader exists, so that no answer can be taken for another client's.
-    listener_->set_writer_guid(guid_bytes(writer_->guid()));
-    reader_ = factory_->CreateReader(response_topic_, listener_, response_qos_, nullptr);
+    listener_->set_writer_guid(from_dds(writer_->guid()));
+    reader_ = factory_->CreateReader(response_topic_, dds_listener_of(listener_), response_qos_, nullptr);
   }
   open_.store(writer_ != nullptr && reader_ != nullptr);
   return open_.load();

@@ -9,11 +9,15 @@
 #include <fastdds/dds/topic/Topic.hpp>
 #include <fastdds/rtps/common/WriteParams.h>
 
-#include <cstring>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include <boost/thread/lock_types.hpp>
+#include <boost/thread/shared_mutex.hpp>
+
 #include "core/exit_handler.hpp"
+#include "dds/dds_identity.hpp"
 #include "dds/dds_thread.hpp"
 #include "dds/endpoint_qos.hpp"
 #include "dds/envelope_type.hpp"
@@ -54,6 +58,10 @@ struct DDSNodeFactory::Entities {
   std::unordered_map<std::string, TopicUse> topics;
   std::unordered_map<DataReader*, ReaderEntry> readers;
   bool closed = false;
+
+  // What the sending threads look up, under a lock of its own.
+  boost::shared_mutex writer_map_mutex;
+  std::unordered_map<DataWriter*, WriterEntry> writer_map;
 
   bool open();
   void close();
@@ -198,8 +206,9 @@ DataWriter* DDSNodeFactory::CreateWriter(const std::string& topic, std::shared_p
   }
   auto* writer = entities_->create_writer(topic, listener.get(), DDSTools::PolicyOf(qos));
   if (writer != nullptr) {
-    const boost::unique_lock<boost::shared_mutex> map_lock(writer_map_mutex_);
-    writer_map_[writer] = {entities_->topics[topic].topic, std::make_shared<std::mutex>(), qos, std::move(listener)};
+    const boost::unique_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
+    entities_->writer_map[writer] = {entities_->topics[topic].topic, std::make_shared<std::mutex>(), qos,
+                                     std::move(listener)};
   }
   return writer;
 }
@@ -220,13 +229,13 @@ DataReader* DDSNodeFactory::CreateReader(const std::string& topic, std::shared_p
 void DDSNodeFactory::DeleteWriter(DataWriter*& writer, bool /*wait*/) {
   run_off_dds_threads([this, writer] {
     const std::lock_guard<std::mutex> entities_lock(entities_->mutex);
-    boost::unique_lock<boost::shared_mutex> map_lock(writer_map_mutex_);
-    const auto it = writer_map_.find(writer);
-    if (it == writer_map_.end()) {
+    boost::unique_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
+    const auto it = entities_->writer_map.find(writer);
+    if (it == entities_->writer_map.end()) {
       return;
     }
     const WriterEntry entry = it->second;
-    writer_map_.erase(it);
+    entities_->writer_map.erase(it);
     map_lock.unlock();
     const std::lock_guard<std::mutex> writer_lock(*std::get<1>(entry));  // A write under way ends first.
     entities_->delete_writer(writer, std::get<0>(entry));
@@ -251,8 +260,8 @@ void DDSNodeFactory::CloseAll() {
   std::unordered_map<DataReader*, Entities::ReaderEntry> readers;
   const std::lock_guard<std::mutex> lock(entities_->mutex);
   {
-    const boost::unique_lock<boost::shared_mutex> map_lock(writer_map_mutex_);
-    writers.swap(writer_map_);
+    const boost::unique_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
+    writers.swap(entities_->writer_map);
   }
   readers = entities_->readers;
   std::vector<std::unique_lock<std::mutex>> writes_under_way;
@@ -275,9 +284,9 @@ bool DDSNodeFactory::lock_writer(DataWriter* writer, WriterEntry& entry, std::un
     OVIMUX_LOG(kError) << "DDSNodeFactory: writer is nullptr";
     return false;
   }
-  const boost::shared_lock<boost::shared_mutex> map_lock(writer_map_mutex_);
-  const auto it = writer_map_.find(writer);
-  if (it == writer_map_.end()) {
+  const boost::shared_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
+  const auto it = entities_->writer_map.find(writer);
+  if (it == entities_->writer_map.end()) {
     OVIMUX_LOG(kError) << "DDSNodeFactory: writer not found in writer_map_";
     return false;
   }
@@ -296,14 +305,6 @@ void DDSNodeFactory::log_start(const WriterEntry& entry, const SampleHeader& hea
 }
 
 namespace {
-
-eprosima::fastrtps::rtps::SampleIdentity to_dds(const SampleIdentity& identity) {
-  eprosima::fastrtps::rtps::SampleIdentity result;
-  std::memcpy(result.writer_guid().guidPrefix.value, identity.writer_guid.data(), 12);
-  std::memcpy(result.writer_guid().entityId.value, identity.writer_guid.data() + 12, 4);
-  result.sequence_number(eprosima::fastrtps::rtps::SequenceNumber_t(identity.sequence_number));
-  return result;
-}
 
 bool write_sample(DataWriter* writer, Envelope& envelope, const SampleIdentity* related) {
   if (related == nullptr) {

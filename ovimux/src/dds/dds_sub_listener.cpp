@@ -48,7 +48,7 @@ void DDSSubListenerCore::set_task() {
 
 int64_t DDSSubListenerCore::transit_threshold_ms() const { return GlobalData::Instance()->getReaderSubThreshold(); }
 
-int DDSSubListenerCore::enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& /*info*/) {
+int DDSSubListenerCore::enqueue(Envelope& envelope, const SampleOrigin& /*origin*/) {
   return queue_.write(
       std::make_shared<Sample>(Sample{std::move(envelope.raw_data), std::move(envelope.bulk), envelope.seq}));
 }

@@ -2,8 +2,6 @@
 
 #include <fastdds/dds/publisher/DataWriter.hpp>
 #include <fastdds/dds/publisher/DataWriterListener.hpp>
-#include <fastdds/dds/subscriber/DataReader.hpp>
-#include <fastdds/dds/subscriber/SampleInfo.hpp>
 
 #include <algorithm>
 #include <atomic>
@@ -42,14 +40,6 @@ GuidPrefix prefix_of(const SampleIdentity& identity) {
   GuidPrefix prefix{};
   std::copy_n(identity.writer_guid.begin(), kGuidPrefixSize, prefix.begin());
   return prefix;
-}
-
-SampleIdentity from_dds(const eprosima::fastrtps::rtps::SampleIdentity& identity) {
-  SampleIdentity result;
-  std::memcpy(result.writer_guid.data(), identity.writer_guid().guidPrefix.value, 12);
-  std::memcpy(result.writer_guid.data() + 12, identity.writer_guid().entityId.value, 4);
-  result.sequence_number = identity.sequence_number().to64long();
-  return result;
 }
 
 Membership announce(const std::string& service, const Qos& request_qos, const std::string& request_type) {
@@ -115,7 +105,7 @@ class ServiceServerBase::RequestListener : public SubListenerBase,
         drain_past_exceptions([&self] { self->drain(); });
       }
     });
-    reader_ = DDSNodeFactory::Instance()->CreateReader(topic(), shared_from_this(), qos, nullptr);
+    reader_ = DDSNodeFactory::Instance()->CreateReader(topic(), dds_listener_of(shared_from_this()), qos, nullptr);
   }
 
   void close() {
@@ -126,11 +116,11 @@ class ServiceServerBase::RequestListener : public SubListenerBase,
   bool is_open() const { return reader_ != nullptr; }
 
  protected:
-  bool accept(const eprosima::fastdds::dds::SampleInfo& /*info*/) override { return true; }
+  bool accept(const SampleOrigin& /*origin*/) override { return true; }
 
-  int enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info) override {
+  int enqueue(Envelope& envelope, const SampleOrigin& origin) override {
     auto request = std::make_shared<Request>();
-    request->context = {from_dds(info.sample_identity), envelope.rpc_seq};
+    request->context = {origin.sample, envelope.rpc_seq};
     request->bytes = std::move(envelope.raw_data);
     return queue_.write(request);
   }

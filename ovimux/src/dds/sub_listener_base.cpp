@@ -1,11 +1,13 @@
 #include "ovimux/dds/sub_listener_base.hpp"
 
 #include <fastdds/dds/subscriber/DataReader.hpp>
+#include <fastdds/dds/subscriber/DataReaderListener.hpp>
 #include <fastdds/dds/subscriber/SampleInfo.hpp>
 
 #include <ctime>
 #include <utility>
 
+#include "dds/dds_identity.hpp"
 #include "dds/dds_thread.hpp"
 #include "dds/endpoint_qos.hpp"
 #include "ovimux/core/statistics.hpp"
@@ -31,20 +33,39 @@ int64_t transit_time_us(const Envelope& envelope) {
 
 }  // namespace
 
+class SubListenerBase::DdsListener : public eprosima::fastdds::dds::DataReaderListener {
+ public:
+  explicit DdsListener(SubListenerBase& owner) : owner_(owner) {}
+
+  void on_data_available(DataReader* reader) override;
+  void on_subscription_matched(DataReader* reader,
+                               const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) override;
+  void on_sample_lost(DataReader* reader, const eprosima::fastdds::dds::SampleLostStatus& status) override;
+  void on_requested_incompatible_qos(DataReader* reader,
+                                     const eprosima::fastdds::dds::RequestedIncompatibleQosStatus& status) override;
+
+ private:
+  SubListenerBase& owner_;
+};
+
 SubListenerBase::SubListenerBase(const Kind& kind, std::string topic, const Qos& qos)
-    : qos_(qos), kind_(kind), topic_(std::move(topic)) {}
+    : qos_(qos), kind_(kind), topic_(std::move(topic)), dds_listener_(std::make_unique<DdsListener>(*this)) {}
 
 // Waits for a reception that is about to return.
 SubListenerBase::~SubListenerBase() { const std::lock_guard<std::mutex> lock(receive_mutex_); }
 
 bool SubListenerBase::receives() const { return OK(); }
 
-void SubListenerBase::on_data_available(DataReader* reader) {
+void SubListenerBase::DdsListener::on_data_available(DataReader* reader) {
   const DdsThreadScope dds_thread;
-  if (!receives()) {
-    OVIMUX_LOG(kInfo) << kind_.name << ": ovimux state is shutdown, topic: " << topic_;
+  if (!owner_.receives()) {
+    OVIMUX_LOG(kInfo) << owner_.kind_.name << ": ovimux state is shutdown, topic: " << owner_.topic_;
     return;
   }
+  owner_.receive(*reader);
+}
+
+void SubListenerBase::receive(DataReader& reader) {
   const std::lock_guard<std::mutex> lock(receive_mutex_);
   OVIMUX_LOG(kDebug) << (uses_large_envelope() ? "DDSSubSerializationListener: large data received"
                                                : kind_.small_received)
@@ -53,8 +74,10 @@ void SubListenerBase::on_data_available(DataReader* reader) {
   envelope.find_bulk = find_bulk();
   refill(envelope);
   SampleInfo info;
-  while (reader->take_next_sample(&envelope, &info) == ReturnCode_t::RETCODE_OK) {
-    handle_sample(envelope, info);
+  while (reader.take_next_sample(&envelope, &info) == ReturnCode_t::RETCODE_OK) {
+    if (is_alive(info.instance_state, info.valid_data)) {
+      handle_sample(envelope, {from_dds(info.sample_identity), from_dds(info.related_sample_identity)});
+    }
     refill(envelope);
   }
   recycler_.give(std::move(envelope.raw_data));
@@ -71,12 +94,12 @@ void SubListenerBase::refill(Envelope& envelope) {
   }
 }
 
-void SubListenerBase::handle_sample(Envelope& envelope, const SampleInfo& info) {
-  if (!is_usable(envelope, info)) {
+void SubListenerBase::handle_sample(Envelope& envelope, const SampleOrigin& origin) {
+  if (!is_usable(envelope, origin)) {
     return;
   }
   account(envelope);
-  if (enqueue(envelope, info) != 0) {
+  if (enqueue(envelope, origin) != 0) {
     OVIMUX_LOG(kError) << "process_data error, write ref to queue fail, topic: " << topic_;
   }
   if (kicks_task()) {
@@ -84,16 +107,20 @@ void SubListenerBase::handle_sample(Envelope& envelope, const SampleInfo& info) 
   }
 }
 
-bool SubListenerBase::is_usable(const Envelope& envelope, const SampleInfo& info) {
-  if (info.instance_state != eprosima::fastdds::dds::ALIVE_INSTANCE_STATE) {
+bool SubListenerBase::is_alive(int instance_state, bool valid_data) const {
+  if (instance_state != eprosima::fastdds::dds::ALIVE_INSTANCE_STATE) {
     OVIMUX_LOG(kError) << kind_.name << ": no ALIVE_INSTANCE_STATE, topic: " << topic_;
     return false;
   }
-  if (!info.valid_data) {
+  if (!valid_data) {
     OVIMUX_LOG(kError) << kind_.name << ": invalid_data, topic: " << topic_;
     return false;
   }
-  if (!accept(info)) {
+  return true;
+}
+
+bool SubListenerBase::is_usable(const Envelope& envelope, const SampleOrigin& origin) {
+  if (!accept(origin)) {
     return false;
   }
   if (envelope.pkg_len < 0 || static_cast<size_t>(envelope.pkg_len) != envelope.payload_size) {
@@ -125,40 +152,43 @@ void SubListenerBase::kick() {
   }
 }
 
-void SubListenerBase::on_subscription_matched(DataReader* /*reader*/,
-                                              const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) {
+void SubListenerBase::DdsListener::on_subscription_matched(
+    DataReader* /*reader*/, const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) {
   const DdsThreadScope dds_thread;
-  if (!receives()) {
-    OVIMUX_LOG(kInfo) << kind_.name << ": ovimux state is shutdown, topic: " << topic_;
+  if (!owner_.receives()) {
+    OVIMUX_LOG(kInfo) << owner_.kind_.name << ": ovimux state is shutdown, topic: " << owner_.topic_;
     return;
   }
-  const int32_t change = status.current_count_change;
+  owner_.handle_match(status.current_count, status.current_count_change, status.total_count);
+}
+
+void SubListenerBase::handle_match(int32_t current_count, int32_t change, int32_t total_count) {
   if (change == 1 || change == -1) {
-    match_count_ = status.total_count;
+    match_count_ = total_count;
     OVIMUX_LOG(kInfo) << kind_.name << (change == 1 ? " matched" : " unmatched") << ". topic: " << topic_
-                      << ", total match count: " << status.total_count
-                      << ", current match count: " << status.current_count;
+                      << ", total match count: " << total_count << ", current match count: " << current_count;
   } else {
     OVIMUX_LOG(kInfo) << kind_.name << ": topic: " << topic_ << ", " << change
                       << " is not a valid value for SubscriptionMatchedStatus current count change";
   }
-  on_match_count(status.current_count);
-  Statistics::Instance().on_channel_match(topic_, kind_.statistics_kind, status.total_count >= 1);
+  on_match_count(current_count);
+  Statistics::Instance().on_channel_match(topic_, kind_.statistics_kind, total_count >= 1);
 }
 
-void SubListenerBase::on_sample_lost(DataReader* /*reader*/, const eprosima::fastdds::dds::SampleLostStatus& status) {
+void SubListenerBase::DdsListener::on_sample_lost(DataReader* /*reader*/,
+                                                  const eprosima::fastdds::dds::SampleLostStatus& status) {
   const DdsThreadScope dds_thread;
-  OVIMUX_LOG(kError) << kind_.name << ": on_sample_lost, topic: " << topic_ << ", total_count " << status.total_count
-                     << ", total_count_change: " << status.total_count_change;
-  Statistics::Instance().on_channel_msg_lost(topic_, kind_.statistics_kind, status.total_count_change);
+  OVIMUX_LOG(kError) << owner_.kind_.name << ": on_sample_lost, topic: " << owner_.topic_ << ", total_count "
+                     << status.total_count << ", total_count_change: " << status.total_count_change;
+  Statistics::Instance().on_channel_msg_lost(owner_.topic_, owner_.kind_.statistics_kind, status.total_count_change);
 }
 
-void SubListenerBase::on_requested_incompatible_qos(
+void SubListenerBase::DdsListener::on_requested_incompatible_qos(
     DataReader* /*reader*/, const eprosima::fastdds::dds::RequestedIncompatibleQosStatus& status) {
   const DdsThreadScope dds_thread;
   if (status.total_count == status.total_count_change) {  // The first time only.
     OVIMUX_LOG(kWarning) << "a writer offers less than this reader requests and stays unmatched, policy: "
-                         << policy_name(status.last_policy_id) << ", topic: " << topic_;
+                         << policy_name(status.last_policy_id) << ", topic: " << owner_.topic_;
   }
 }
 

@@ -47,8 +47,8 @@ class OVIMUX_EXPORT DDSClientSubListenerCore : public SubListenerBase {
   virtual void deliver(const std::vector<uint8_t>& bytes, uint32_t rpc_seq) = 0;
   virtual std::weak_ptr<DDSClientSubListenerCore> weak_core() = 0;
 
-  bool accept(const eprosima::fastdds::dds::SampleInfo& info) override;
-  int enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info) override;
+  bool accept(const SampleOrigin& origin) override;
+  int enqueue(Envelope& envelope, const SampleOrigin& origin) override;
   int64_t transit_threshold_ms() const override;
   bool receives() const override;
   uint32_t log_index(const Envelope& envelope) const override { return envelope.rpc_seq; }

@@ -24,7 +24,7 @@ class DDSSerializationDataReader : public SerializationReader<T> {
     listener_->PostConstructInit();
     listener_->set_task();
     // Last, so that no sample arrives before the pipeline is whole.
-    reader_ = factory_->CreateReader(topic, listener_, qos, ctx);
+    reader_ = factory_->CreateReader(topic, dds_listener_of(listener_), qos, ctx);
   }
 
   ~DDSSerializationDataReader() override {

@@ -5,8 +5,7 @@
 #include <mutex>
 #include <string>
 #include <tuple>
-#include <unordered_map>
-#include <boost/thread/shared_mutex.hpp>
+#include <type_traits>
 
 #include "ovimux/dds/envelope.hpp"
 #include "ovimux/dds/payload_codec.hpp"
@@ -88,8 +87,6 @@ class OVIMUX_EXPORT DDSNodeFactory {
   static bool publish_encoded(DataWriter* writer, const WriterEntry& entry, const SampleHeader& header,
                               const EncodedMessage& message);
 
-  boost::shared_mutex writer_map_mutex_;
-  std::unordered_map<DataWriter*, WriterEntry> writer_map_;
   Entities* const entities_;
 };
 

@@ -51,8 +51,8 @@ class OVIMUX_EXPORT DDSSubListenerCore : public SubListenerBase {
   virtual void deliver(Sample& sample) = 0;
   virtual std::weak_ptr<DDSSubListenerCore> weak_core() = 0;
 
-  bool accept(const eprosima::fastdds::dds::SampleInfo& /*info*/) override { return true; }
-  int enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info) override;
+  bool accept(const SampleOrigin& /*origin*/) override { return true; }
+  int enqueue(Envelope& envelope, const SampleOrigin& origin) override;
   int64_t transit_threshold_ms() const override;
   bool kicks_task() const override { return callback_auto_; }
 

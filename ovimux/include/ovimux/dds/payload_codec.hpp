@@ -1,7 +1,5 @@
 #pragma once
 
-#include <google/protobuf/message.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <memory>

@@ -11,4 +11,11 @@ struct SampleIdentity {
   uint64_t sequence_number = 0;
 };
 
+// Where a received sample comes from: its own identity, and that of the request it answers, all zero if it answers
+// none.
+struct SampleOrigin {
+  SampleIdentity sample;
+  SampleIdentity related;
+};
+
 }  // namespace norvik::ovimux

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <fastdds/dds/subscriber/DataReaderListener.hpp>
-#include <fastdds/dds/subscriber/SampleInfo.hpp>
-
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -11,15 +8,21 @@
 
 #include "ovimux/dds/buffer_recycler.hpp"
 #include "ovimux/dds/envelope.hpp"
+#include "ovimux/dds/sample_identity.hpp"
 #include "ovimux/export.hpp"
 #include "ovimux/qos.hpp"
 #include "ovimux/threadpool/ovimux_thread_pool.hpp"
+
+namespace eprosima::fastdds::dds {
+class DataReader;
+class DataReaderListener;
+}  // namespace eprosima::fastdds::dds
 
 namespace norvik::ovimux {
 
 // What the receiving side of readers, clients and servers has in common. On the DDS thread a sample is taken, checked
 // and moved into a queue, and the drain task is kicked; nothing is parsed there and no user code runs there.
-class OVIMUX_EXPORT SubListenerBase : public eprosima::fastdds::dds::DataReaderListener {
+class OVIMUX_EXPORT SubListenerBase {
  public:
   // What differs between the kinds of listener.
   struct Kind {
@@ -31,23 +34,20 @@ class OVIMUX_EXPORT SubListenerBase : public eprosima::fastdds::dds::DataReaderL
   };
 
   SubListenerBase(const Kind& kind, std::string topic, const Qos& qos);
-  ~SubListenerBase() override;
+  virtual ~SubListenerBase();
+  SubListenerBase(const SubListenerBase&) = delete;
+  SubListenerBase& operator=(const SubListenerBase&) = delete;
 
-  void on_data_available(eprosima::fastdds::dds::DataReader* reader) final;
-  void on_subscription_matched(eprosima::fastdds::dds::DataReader* reader,
-                               const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) final;
-  void on_sample_lost(eprosima::fastdds::dds::DataReader* reader,
-                      const eprosima::fastdds::dds::SampleLostStatus& status) final;
-  void on_requested_incompatible_qos(eprosima::fastdds::dds::DataReader* reader,
-                                     const eprosima::fastdds::dds::RequestedIncompatibleQosStatus& status) final;
+  // What DDS calls. Lives as long as this object.
+  eprosima::fastdds::dds::DataReaderListener* dds_listener() { return dds_listener_.get(); }
 
   const std::string& topic() const { return topic_; }
 
  protected:
   // Whether the sample is meant for this listener.
-  virtual bool accept(const eprosima::fastdds::dds::SampleInfo& info) = 0;
+  virtual bool accept(const SampleOrigin& origin) = 0;
   // Moves the bytes out of `envelope` into the queue; 0 on success. Logs nothing.
-  virtual int enqueue(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info) = 0;
+  virtual int enqueue(Envelope& envelope, const SampleOrigin& origin) = 0;
   virtual int64_t transit_threshold_ms() const = 0;
   // Whether samples are taken at all: until shutdown.
   virtual bool receives() const;
@@ -68,17 +68,29 @@ class OVIMUX_EXPORT SubListenerBase : public eprosima::fastdds::dds::DataReaderL
   const Qos qos_;
 
  private:
+  class DdsListener;  // Keeps Fast DDS out of this header, which every user of a node reads.
+
+  void receive(eprosima::fastdds::dds::DataReader& reader);
   void refill(Envelope& envelope);
-  void handle_sample(Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info);
-  bool is_usable(const Envelope& envelope, const eprosima::fastdds::dds::SampleInfo& info);
+  void handle_sample(Envelope& envelope, const SampleOrigin& origin);
+  bool is_alive(int instance_state, bool valid_data) const;
+  bool is_usable(const Envelope& envelope, const SampleOrigin& origin);
+  void handle_match(int32_t current_count, int32_t change, int32_t total_count);
   void account(const Envelope& envelope);
 
   const Kind kind_;
   const std::string topic_;
+  const std::unique_ptr<eprosima::fastdds::dds::DataReaderListener> dds_listener_;
   std::mutex receive_mutex_;
   int32_t match_count_ = 0;
   BufferRecycler recycler_;
   const std::shared_ptr<BufferRecycler> bulk_recycler_ = std::make_shared<BufferRecycler>();
 };
+
+// What DDS calls, sharing the life of `listener`.
+inline std::shared_ptr<eprosima::fastdds::dds::DataReaderListener> dds_listener_of(
+    const std::shared_ptr<SubListenerBase>& listener) {
+  return {listener, listener->dds_listener()};
+}
 
 }  // namespace norvik::ovimux
