@@ -2,9 +2,9 @@
 
 #include <chrono>
 #include <exception>
+#include <mutex>
+#include <shared_mutex>
 #include <utility>
-
-#include <boost/thread/lock_types.hpp>
 
 #include "impl/audio/audio_message.hpp"
 #include "impl/common/log_created.hpp"
@@ -16,8 +16,8 @@ namespace norvik::sdk {
 namespace {
 
 using sensor_proto::Audio;
-using SharedLock = boost::shared_lock<boost::shared_mutex>;
-using ExclusiveLock = boost::unique_lock<boost::shared_mutex>;
+using SharedLock = std::shared_lock<ovimux::SharedMutex>;
+using ExclusiveLock = std::unique_lock<ovimux::SharedMutex>;
 
 constexpr auto kVolumeTimeout = std::chrono::seconds(2);
 constexpr float kMinVolume = 0.0F;

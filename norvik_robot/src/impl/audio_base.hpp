@@ -9,14 +9,13 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include <boost/thread/shared_mutex.hpp>
-
 #include <norvik_sdk/norvik_robot.hpp>
 
 #include "data_buffer.hpp"
 #include "norvik/sensor_proto/microphone.pb.h"
 #include "ovimux/base/reader_base.hpp"
 #include "ovimux/base/writer_base.hpp"
+#include "ovimux/core/shared_mutex.hpp"
 
 namespace norvik::ovimux {
 class Node;
@@ -72,10 +71,10 @@ class AudioBase : public virtual NorvikRobot {
   std::unique_ptr<ovimux::Node> node_;
   std::shared_ptr<ovimux::SerializationReader<sensor_proto::Audio>> audio_reader_;
 
-  mutable boost::shared_mutex streams_mutex_;  // Guards streams_; held shared while callbacks run.
+  mutable ovimux::SharedMutex streams_mutex_;  // Guards streams_; held shared while callbacks run.
   std::unordered_map<std::string, std::shared_ptr<AudioStreamHandle>> streams_;
 
-  boost::shared_mutex speaker_mutex_;  // Guards open_speaker_streams_; held while a stream's begin or end goes out.
+  ovimux::SharedMutex speaker_mutex_;  // Guards open_speaker_streams_; held while a stream's begin or end goes out.
   std::unordered_set<std::string> open_speaker_streams_;
 
   std::atomic<float> volume_{0.0F};

@@ -2,14 +2,14 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <shared_mutex>
 #include <unordered_map>
 #include <utility>
 #include <vector>
-
-#include <boost/thread/lock_types.hpp>
-#include <boost/thread/shared_mutex.hpp>
-
 #include <norvik_sdk/types.hpp>
+
+#include "ovimux/core/shared_mutex.hpp"
 
 namespace norvik::sdk {
 
@@ -21,14 +21,14 @@ class CallbackTable {
 
   // Waits while callbacks of this table run. An empty callback is kept and skipped.
   void add(SensorType sensor, Callback callback) {
-    boost::unique_lock<boost::shared_mutex> lock(mutex_);
+    std::unique_lock<ovimux::SharedMutex> lock(mutex_);
     callbacks_[sensor].push_back(std::move(callback));
   }
 
   // Calls the sensor's callbacks in the order of registration, with the table locked for reading. What they throw
   // passes through.
   void run(SensorType sensor, const std::shared_ptr<T>& record) const {
-    boost::shared_lock<boost::shared_mutex> lock(mutex_);
+    std::shared_lock<ovimux::SharedMutex> lock(mutex_);
     const auto callbacks = callbacks_.find(sensor);
     if (callbacks == callbacks_.end()) {
       return;
@@ -41,7 +41,7 @@ class CallbackTable {
   }
 
  private:
-  mutable boost::shared_mutex mutex_;
+  mutable ovimux::SharedMutex mutex_;
   std::unordered_map<SensorType, std::vector<Callback>> callbacks_;
 };
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <mutex>
+#include <shared_mutex>
 #include <string_view>
 #include <utility>
-
-#include <boost/thread/lock_types.hpp>
 
 #include "impl/common/proto_time.hpp"
 #include "sdk_log.hpp"
@@ -15,8 +15,8 @@ namespace norvik::sdk {
 
 namespace {
 
-using SharedLock = boost::shared_lock<boost::shared_mutex>;
-using UniqueLock = boost::unique_lock<boost::shared_mutex>;
+using SharedLock = std::shared_lock<ovimux::SharedMutex>;
+using UniqueLock = std::unique_lock<ovimux::SharedMutex>;
 
 constexpr int64_t kGripperHistoryNs = 400'000'000;
 constexpr double kGripperStillWidthM = 0.0005;

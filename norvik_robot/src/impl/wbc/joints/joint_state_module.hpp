@@ -9,13 +9,13 @@
 #include <unordered_map>
 #include <vector>
 
-#include <boost/thread/shared_mutex.hpp>
 #include <norvik_sdk/types.hpp>
 
 #include "impl/wbc/common/common_utils.hpp"
 #include "impl/wbc/joints/joint_manager.hpp"
 #include "impl/wbc/joints/sensor_module.hpp"
 #include "norvik/tavrinox_proto/tavrinox_info.pb.h"
+#include "ovimux/core/shared_mutex.hpp"
 
 namespace norvik::sdk {
 
@@ -91,7 +91,7 @@ class JointStateModule {
   const std::shared_ptr<SensorModule> sensor_module_;
   // Guards the maps and the latest message. Exclusive while a report is stored and while a gripper is judged, shared
   // for reading.
-  mutable boost::shared_mutex state_mutex_;
+  mutable ovimux::SharedMutex state_mutex_;
   JointStateMap joint_state_map_;
   std::shared_ptr<JointStateMessage> latest_joint_state_message_;
   // What is asked for when neither joints nor groups are named. No gripper is among them.
