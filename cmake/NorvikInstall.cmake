@@ -33,5 +33,11 @@ file(RELATIVE_PATH prefix_from_pkgconfig
 configure_file(cmake/norvik_sdk.pc.in ${PROJECT_BINARY_DIR}/norvik_sdk.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/norvik_sdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
+# The pages keep the places that they have to each other here, so that their links hold; the headers they name lie
+# elsewhere.
+file(RELATIVE_PATH headers_from_doc ${CMAKE_INSTALL_FULL_DOCDIR} ${CMAKE_INSTALL_FULL_INCLUDEDIR}/norvik_sdk)
+file(READ README.md readme)
+string(REGEX REPLACE "\\]\\([a-z_]+/include/norvik_sdk/" "](${headers_from_doc}/" readme "${readme}")
+file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/doc/README.md CONTENT "${readme}")
+install(FILES ${PROJECT_BINARY_DIR}/doc/README.md CHANGELOG.md CONTRIBUTING.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md" PATTERN "*.png")

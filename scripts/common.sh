@@ -33,10 +33,10 @@ show_progress() {
 # What the compiler cache stores is found again from another clone: it keeps no absolute paths.
 export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
 
-# configure_preset PRESET
+# configure_preset PRESET [OPTION...]
 configure_preset() {
   if command -v ninja >/dev/null; then
     export CMAKE_GENERATOR=Ninja
   fi
-  cmake --preset "$1"
+  cmake --preset "$@"
 }

@@ -42,4 +42,10 @@ fi
 if nm -DC --defined-only "$library" | grep ' T ' | grep -vE ' T norvik::sdk::' | grep -E '(eprosima|google|spdlog|fmt|boost|cv|norvik::)'; then
   die "the library exports symbols of its private dependencies"
 fi
+# Every link of the installed pages leads to a file.
+doc_dir=$(dirname "$(find "$prefix" -path '*/doc/*' -name README.md)")
+while IFS=: read -r page link; do
+  [ -e "$(dirname "$page")/$link" ] || die "$page links to $link, which is not installed"
+done < <(grep -roP --include='*.md' '\]\(\K(?!https?:)[^)#]+' "$doc_dir")
+
 echo "package: fine"
