@@ -1,15 +1,15 @@
 #include "dds/participant.hpp"
 
-#include <sys/statvfs.h>
 #include <unistd.h>
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
-#include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
 #include <fastrtps/utils/IPLocator.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <memory>
 
+#include "dds/transport/shared_memory_files.hpp"
+#include "dds/transport/shared_memory_transport.hpp"
 #include "ovimux/core/global_data.hpp"
 #include "ovimux/log.hpp"
 
@@ -19,7 +19,6 @@ namespace {
 using eprosima::fastdds::dds::DomainParticipant;
 using eprosima::fastdds::dds::DomainParticipantFactory;
 using eprosima::fastdds::dds::DomainParticipantQos;
-using eprosima::fastdds::rtps::SharedMemTransportDescriptor;
 using eprosima::fastdds::rtps::UDPv4TransportDescriptor;
 using eprosima::fastrtps::rtps::IPLocator;
 using eprosima::fastrtps::rtps::Locator_t;
@@ -54,7 +53,7 @@ void add_transports(DomainParticipantQos& qos, bool localhost_only, uint64_t sha
   auto& transports = qos.transport();
   transports.use_builtin_transports = false;
   if (shared_memory_free > kSharedMemoryHeadroom) {
-    auto shared_memory = std::make_shared<SharedMemTransportDescriptor>();
+    auto shared_memory = std::make_shared<SharedMemoryDescriptor>();
     shared_memory->segment_size(kSegmentSize);
     shared_memory->max_message_size(kMaxMessageSize);
     shared_memory->port_queue_capacity(kPortQueueCapacity);
@@ -79,16 +78,11 @@ uint32_t discovery_multicast_port(int domain_id) {
   return ports.getMulticastPort(static_cast<uint32_t>(domain_id));
 }
 
-uint64_t free_shared_memory() {
-  struct statvfs info {};
-  return statvfs("/dev/shm", &info) == 0 ? static_cast<uint64_t>(info.f_bavail) * info.f_frsize : 0;
-}
-
 // The shared memory port of a participant, numbered like its UDP port.
-std::string shared_memory_port(int domain_id, int participant_id) {
+std::string port_file(int domain_id, int participant_id) {
   const eprosima::fastrtps::rtps::PortParameters ports;
-  return "/dev/shm/fastrtps_port" +
-         std::to_string(ports.getUnicastPort(static_cast<uint32_t>(domain_id), static_cast<uint32_t>(participant_id)));
+  return shared_memory_port_file(
+      ports.getUnicastPort(static_cast<uint32_t>(domain_id), static_cast<uint32_t>(participant_id)));
 }
 
 int parse_domain_id(const char* text) {
@@ -123,7 +117,7 @@ int choose_participant_id(int domain_id, const std::function<bool(const std::str
   const int first = (getpid() + chosen++) % kParticipantIds;
   for (int i = 0; i < kParticipantIds; ++i) {
     const int id = (first + i) % kParticipantIds;
-    if (!exists(shared_memory_port(domain_id, id))) {
+    if (!exists(port_file(domain_id, id))) {
       return id;
     }
   }
@@ -142,8 +136,8 @@ DomainParticipantQos make_participant_qos(const ParticipantSettings& settings, u
   if (!settings.localhost_only) {
     add_peer(qos, kDiscoveryMulticast, discovery_multicast_port(settings.domain_id));
   }
-  qos.wire_protocol().participant_id = choose_participant_id(
-      settings.domain_id, [](const std::string& path) { return access(path.c_str(), F_OK) == 0; });
+  qos.wire_protocol().participant_id =
+      choose_participant_id(settings.domain_id, [](const std::string& path) { return file_id(path) != 0; });
   qos.name("ovimux/" + GlobalData::Instance()->process_name());
   return qos;
 }

@@ -18,8 +18,8 @@ struct ParticipantSettings {
 ParticipantSettings parse_participant_settings(const char* domain_id, const char* localhost_only);
 
 // An id, and with it ports, that nobody seems to have used. The lowest free one, the default, is often that of a
-// process that was killed, and whoever knew that process then goes on sending to the shared memory it left behind and
-// never reaches its successor. The left-over file tells; `exists` says whether a file is there.
+// process that was killed, and peers with a plain Fast DDS that knew it go on sending to the shared memory it left
+// behind: they would never reach its successor. The left-over file tells; `exists` says whether a file is there.
 int choose_participant_id(int domain_id, const std::function<bool(const std::string&)>& exists);
 
 // Transports and discovery tuned for samples of up to 10 MB. Shared memory is used only if /dev/shm has room: a segment
