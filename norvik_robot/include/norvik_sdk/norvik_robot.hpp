@@ -38,6 +38,13 @@ namespace norvik::sdk {
 // that no answer came. They wait for the motion only when `blocking` is true, by looking at the robot's state every
 // 100 ms.
 //
+// When the program is told to stop (Ctrl-C or another SIGINT or SIGTERM, request_shutdown(), destroy(), the end of
+// main) every blocking call ends within 200 ms, with one record and as after a time-out. Before the middleware closes,
+// the motions that blocking calls of this process were waiting for, and a velocity that it gave the base with
+// set_base_velocity(), are told to stop, all together within 500 ms, whether the robot answers or not. What goes on:
+// motions that were sent without waiting, and those that another application commanded, unless they are of a group that
+// a blocking call of this process was waiting for.
+//
 // Joints are addressed by groups or by names. Where both are given the names count and the groups are ignored. The body
 // groups are "leg" (K2) or "torso" (R5), "head", "left_arm" and "right_arm"; get_joint_group_names() tells what is
 // mounted beside them.
@@ -89,9 +96,12 @@ class NORVIK_SDK_EXPORT NorvikRobot {
   //   joint_positions  one for each joint, finite; radians. Grippers take millimetres here.
   //   blocking         waits until the first of the groups concerned has arrived.
   //   speed_rad_s      above 0.
-  //   timeout_s        limit of the whole call; also, rounded up to seconds, of the request inside it.
+  //   timeout_s        limit, rounded up to seconds, of the robot's answer; with `blocking`, counted from the start of
+  //                    the call, also of the motion.
   // SUCCESS; INVALID_INPUT, INIT_FAILED, COMM_DISCONNECTED, FAULT, DATA_FETCH_FAILED (a joint's state is unknown),
-  // TIMEOUT (the groups are then told to stop), STOPPED_UNREACHED. Blocks up to about `timeout_s`.
+  // TIMEOUT, STOPPED_UNREACHED. After a time-out of the motion each group is told to stop, one after the other. Blocks
+  // up to `timeout_s`, and then for the answers to the stops: usually at once, but up to `timeout_s`, rounded up to
+  // seconds, for each group whose stop is not answered.
   virtual ControlStatus set_joint_positions(const std::vector<double>& joint_positions,
                                             const std::vector<std::string>& joint_groups = {},
                                             const std::vector<std::string>& joint_names = {}, bool blocking = true,
@@ -123,7 +133,9 @@ class NORVIK_SDK_EXPORT NorvikRobot {
   virtual ControlStatus set_suction_cup_command(const std::string& suction_cup, bool activate) = 0;
 
   // Opens or closes a gripper ("left_gripper", "right_gripper").
-  //   width_m       opening, >= 0.
+  //   width_m       opening in metres, finite and >= 0: 0.08 for 80 mm. Above 1 m a record warns of a slip of units;
+  //   the
+  //                 command is sent all the same, and a blocking call waits for as long as that way would take.
   //   velocity_mps  in (0, 0.2].
   //   effort        percent, in (0, 100].
   //   blocking      waits until the width is reached, at most the computed time plus 8 s.
@@ -169,7 +181,8 @@ class NORVIK_SDK_EXPORT NorvikRobot {
   virtual std::vector<std::string> get_joint_names(bool only_active = true,
                                                    const std::vector<std::string>& joint_groups = {}) = 0;
 
-  // As get_joint_positions, with velocity, effort and current. Acceleration is always 0. Ask for a joint once per call.
+  // As get_joint_positions, with velocity, acceleration, effort and current as the controller reports them. Ask for a
+  // joint once per call.
   virtual std::vector<JointState> get_joint_states(const std::vector<std::string>& joint_groups = {},
                                                    const std::vector<std::string>& joint_names = {}) = 0;
 
@@ -178,9 +191,11 @@ class NORVIK_SDK_EXPORT NorvikRobot {
   // Drives the base, in the frame of the base itself.
   //   linear      m/s; x and y are used, each in (-5, 5).
   //   angular     rad/s; z is used, in (-5, 5).
-  //   duration_s  above 0: blocks that long, then stops the base. Else returns at once and the base keeps moving.
+  //   duration_s  above 0: blocks that long, then stops the base. Else returns at once and the base keeps moving until
+  //               the next command or the end of the program.
   // SUCCESS; INVALID_INPUT, INIT_FAILED, TIMEOUT, COMM_DISCONNECTED, FAULT, PUBLISH_FAIL. The first call after a pose
-  // command switches the base's controller, which blocks up to 5 s.
+  // command switches the base's controller, which blocks up to 5 s. After a restart of the robot the switch is missing,
+  // see "Controllers".
   virtual ControlStatus set_base_velocity(const std::array<double, 3>& linear, const std::array<double, 3>& angular,
                                           double duration_s = 0.0) = 0;
 
@@ -210,7 +225,8 @@ class NORVIK_SDK_EXPORT NorvikRobot {
 
   // Publishes a Cartesian set-point for one or more end effectors.
   //   poses                 seven values each.
-  //   end_effector_frames   one for each pose.
+  //   end_effector_frames   one for each pose: "left_arm_end_effector_link" or "right_arm_end_effector_link". Names are
+  //                         passed on as they stand; the robot decides.
   //   reference_frames      one for each pose, or empty for "world".
   // SUCCESS; INVALID_INPUT, INIT_FAILED, PUBLISH_FAIL. Does not block and does not look at the robot's errors.
   virtual ControlStatus set_end_effector_command(const std::vector<std::vector<double>>& poses,
@@ -249,7 +265,9 @@ class NORVIK_SDK_EXPORT NorvikRobot {
   virtual ControlStatus stop_trajectory_execution() = 0;
 
   // ---- Controllers ----
-  // Which low-level controller drives a group. Each request blocks up to 5 s.
+  // Which low-level controller drives a group. Each request blocks up to 5 s. The robot does not tell; what is known
+  // here is what this process has switched. When the robot was restarted that is wrong: a switch to what is remembered
+  // is not sent, and a record tells so. release_controller() and forget_controllers() of robot_helpers.hpp mend it.
   // Results of all but get_active_controller: SUCCESS; INVALID_INPUT (unknown name), INIT_FAILED, TIMEOUT, FAULT.
   // Switch controllers from one thread at a time.
 
@@ -369,7 +387,7 @@ class NORVIK_SDK_EXPORT NorvikRobot {
   // False before `init`, and once a shutdown has been asked for, by request_shutdown() or by a signal.
   virtual bool is_running() = 0;
 
-  // Asks the middleware to stop; every wait on it ends soon after. Returns at once.
+  // Asks the middleware to stop; see the top of this class for what becomes of waits and motions. Returns at once.
   virtual void request_shutdown() = 0;
 
   // Blocks until a shutdown has been asked for and has finished. Without a request it blocks forever.

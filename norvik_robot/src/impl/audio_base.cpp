@@ -1,5 +1,6 @@
 #include "impl/audio_base.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <mutex>
@@ -16,10 +17,12 @@ namespace norvik::sdk {
 namespace {
 
 using sensor_proto::Audio;
+using std::chrono::steady_clock;
 using SharedLock = std::shared_lock<ovimux::SharedMutex>;
 using ExclusiveLock = std::unique_lock<ovimux::SharedMutex>;
 
 constexpr auto kVolumeTimeout = std::chrono::seconds(2);
+constexpr auto kShutdownPoll = std::chrono::milliseconds(100);
 constexpr float kMinVolume = 0.0F;
 constexpr float kMaxVolume = 100.0F;
 
@@ -204,9 +207,13 @@ float AudioBase::get_volume() {
     return volume_;
   }
   SDK_LOG(info) << "audio transceiver volume get request published";
-  const auto deadline = std::chrono::steady_clock::now() + kVolumeTimeout;
-  if (!volume_changed_.wait_until(lock, deadline, [this] { return volume_answered_; })) {
-    SDK_LOG(warning) << "audio transceiver get volume timeout";
+  const auto deadline = steady_clock::now() + kVolumeTimeout;
+  const auto answered = [this] { return volume_answered_; };
+  while (!volume_changed_.wait_until(lock, std::min(deadline, steady_clock::now() + kShutdownPoll), answered)) {
+    if (steady_clock::now() >= deadline || !ovimux::OK()) {
+      SDK_LOG(warning) << "audio transceiver get volume timeout";
+      break;
+    }
   }
   return volume_;
 }

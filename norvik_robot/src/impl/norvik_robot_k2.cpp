@@ -16,6 +16,7 @@ bool NorvikRobotK2::init(const std::set<SensorType>& sensors, bool enable_sync) 
   open_robot_log("k2");
   notify_new_sdk_version_if_any_async();
   SDK_LOG(info) << "NorvikRobotK2 init " << NORVIK_SDK_VERSION;
+  expect_robot_model(MachineType::K2);
   return sensor_base_init(sensors, MachineType::K2, enable_sync) && system_base_init() && wbc_base_init() &&
          audio_base_init();
 }

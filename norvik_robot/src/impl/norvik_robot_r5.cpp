@@ -1,18 +1,23 @@
 #include "impl/norvik_robot_r5.hpp"
 
-#include <chrono>
-#include <thread>
 #include <utility>
 
 #include <norvik_sdk/version.hpp>
 
 #include "impl/system/robot_log.hpp"
+#include "impl/wbc/common/command_wait.hpp"
 #include "impl/wbc/controllers/controller_manager.hpp"
 #include "impl/wbc/joints/joint_manager_r5.hpp"
 #include "impl/wbc/targets/target_proto_builder.hpp"
 #include "sdk_log.hpp"
 
 namespace norvik::sdk::r5 {
+
+namespace {
+
+constexpr double kTimeOfFirstReportS = 2.0;
+
+}  // namespace
 
 // Defines an operation that this model does not have: it warns and gives `result`.
 #define NORVIK_R5_UNSUPPORTED(type, operation, parameters, result) \
@@ -40,11 +45,12 @@ bool NorvikRobotR5::init(const std::set<SensorType>& sensors, bool enable_sync) 
   open_robot_log("r5");
   notify_new_sdk_version_if_any_async();
   SDK_LOG(info) << "NorvikRobotR5 init " << NORVIK_SDK_VERSION;
+  expect_robot_model(MachineType::R5);
   return sensor_base_init(sensors, MachineType::R5, enable_sync) && system_base_init() && wbc_base_init();
 }
 
 std::shared_ptr<JointManager> NorvikRobotR5::create_joint_manager() {
-  std::this_thread::sleep_for(std::chrono::seconds(2));
+  sleep_for_seconds(kTimeOfFirstReportS);
   const auto device = get_device_information();
   std::string hardware_version;
   if (device) {

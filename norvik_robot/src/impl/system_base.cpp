@@ -5,7 +5,6 @@
 #include <exception>
 #include <optional>
 #include <string_view>
-#include <thread>
 
 #include "impl/common/log_created.hpp"
 #include "impl/common/proto_time.hpp"
@@ -15,6 +14,7 @@
 #include "logger.hpp"
 #include "ovimux/basic_interface/clock.hpp"
 #include "ovimux/basic_interface/duration.hpp"
+#include "ovimux/core/shutdown_tasks.hpp"
 #include "ovimux/node.hpp"
 #include "ovimux/ovimux.hpp"
 #include "ovimux/tf2_ovimux/buffer.hpp"
@@ -123,6 +123,7 @@ void SystemBase::onboard_config_callback(const std::shared_ptr<OnboardConfig>& m
     return;
   }
   onboard_config_buffer_.set_data(message);
+  robot_model_check_.see(message->robot_type());
 }
 
 void SystemBase::bms_info_callback(const void* data, int size) {
@@ -140,7 +141,7 @@ void SystemBase::bms_info_callback(const void* data, int size) {
 }
 
 std::shared_ptr<DeviceInfo> SystemBase::get_device_information() {
-  std::this_thread::sleep_for(kFirstReportDelay);
+  ovimux::sleep_while_running(std::chrono::steady_clock::now() + kFirstReportDelay);
   const auto config = onboard_config_buffer_.get_data();
   if (!config) {
     SDK_LOG(warning) << "onboard_config is nullptr, returning default device info";

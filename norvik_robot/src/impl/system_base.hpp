@@ -13,6 +13,7 @@
 #include <norvik_sdk/norvik_robot.hpp>
 
 #include "data_buffer.hpp"
+#include "impl/system/robot_model_check.hpp"
 #include "norvik/spatial_proto/transform.pb.h"
 #include "norvik/system_proto/mission_manager_proto/onboard_config.pb.h"
 #include "ovimux/base/raw_endpoints.hpp"
@@ -37,6 +38,9 @@ class SystemBase : public virtual NorvikRobot {
  public:
   SystemBase();
   ~SystemBase() override;
+
+  // The model that the robot is expected to be; a record warns when it reports another.
+  void expect_robot_model(MachineType model) { robot_model_check_.expect(model); }
 
   // Opens the channels at the first call; every call returns how that went.
   bool system_base_init();
@@ -75,6 +79,7 @@ class SystemBase : public virtual NorvikRobot {
   bool open_onboard_config_reader();
   bool open_bms_info_reader();
 
+  RobotModelCheck robot_model_check_;
   std::once_flag init_once_;
   bool init_success_ = false;  // Written and read through init_once_ only.
   std::shared_ptr<ovimux::basic_interface::Clock> clock_;

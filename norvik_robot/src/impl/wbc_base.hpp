@@ -11,19 +11,15 @@
 #include <norvik_sdk/norvik_robot.hpp>
 #include <norvik_sdk/types.hpp>
 
-#include "impl/wbc/commands/joint_command_rules.hpp"
-#include "impl/wbc/commands/trajectory_rules.hpp"
-#include "impl/wbc/common/command_wait.hpp"
-#include "impl/wbc/common/common_utils.hpp"
-#include "impl/wbc/controllers/base_control.hpp"
-#include "impl/wbc/controllers/controller_manager.hpp"
-#include "impl/wbc/effectors/end_effector_control.hpp"
-#include "impl/wbc/joints/joint_manager.hpp"
-#include "impl/wbc/joints/joint_metadata.hpp"
-#include "impl/wbc/joints/joint_state_module.hpp"
-#include "impl/wbc/joints/sensor_module.hpp"
-#include "impl/wbc/targets/target_dispatcher.hpp"
-#include "impl/wbc/targets/target_proto_builder.hpp"
+#include "impl/wbc/commands/cartesian_control.hpp"
+#include "impl/wbc/commands/dexhand_control.hpp"
+#include "impl/wbc/commands/joint_control.hpp"
+#include "impl/wbc/commands/target_control.hpp"
+#include "impl/wbc/commands/trajectory_control.hpp"
+#include "impl/wbc/commands/wbc_modules.hpp"
+#include "impl/wbc/commands/zero_control.hpp"
+#include "impl/wbc/common/service_watch.hpp"
+#include "impl/wbc/controllers/motion_stopper.hpp"
 #include "ovimux/base/reader_base.hpp"
 
 namespace norvik::ovimux {
@@ -34,9 +30,9 @@ namespace norvik::sdk {
 
 class SensorBase;
 
-// The whole-body part of a robot: owns the endpoints towards the controller and the modules, commands joints itself and
-// forwards everything else. Modules exist after a successful wbc_base_init(), which comes before any other call;
-// without them commands answer INIT_FAILED and reads answer nothing.
+// The whole-body part of a robot: owns the endpoints towards the controller and the modules, and forwards every
+// operation to one of them. Modules exist after a successful wbc_base_init(); without them commands answer INIT_FAILED
+// and reads answer nothing.
 //
 // Commands run on the caller's thread and hold no lock while they sleep or wait for an answer.
 class WbcBase : public virtual NorvikRobot {
@@ -110,6 +106,10 @@ class WbcBase : public virtual NorvikRobot {
   ControlStatus reload_controller(const std::string& group) override;
   ControlStatus switch_controller(const std::string& controller) override;
   ControlStatus switch_controller(const std::string& group, ErrorInfo& error_info, int ctrl_id);
+
+  // What this process has made active is unknown again, so that the next command switches whatever it needs: for use
+  // after a restart of the robot. Sends nothing. Any thread, also before the initialisation.
+  void forget_active_controllers();
   std::string get_active_controller(const std::string& group) override;
   ControlStatus acquire_controller(const std::string& controller) override;
   ControlStatus release_controller(const std::string& group) override;
@@ -163,69 +163,35 @@ class WbcBase : public virtual NorvikRobot {
   ControllerClientPtr wbcs_controller_client_;
 
  private:
-  using TargetPtr = TargetProtoBuilder::TargetPtr;
-
+  const WbcModules& modules() const { return modules_.get(); }
   bool open_channels();
   bool open_endpoints();
   bool open_readers();
+  void watch_services();
   void publish_provider_slots();
   void clear_provider_slots();
 
-  bool has_dispatcher() const;
-  ControlStatus prepare_joint_commands(std::vector<JointCommand>& commands,
-                                       const std::vector<std::string>& joint_groups,
-                                       const std::vector<std::string>& joint_names, JointInfoMap& groups);
-  ControlStatus prepare_joint_positions(const std::vector<double>& positions,
-                                        const std::vector<std::string>& joint_groups,
-                                        const std::vector<std::string>& joint_names, double speed_rad_s,
-                                        JointInfoMap& groups, double& time_s);
-  // The group targets of both in one, moved and not copied: a trajectory may hold 100 000 commands. `merged` may be
-  // empty.
-  TargetPtr build_point_target(const JointInfoMap& groups, double time_from_start_s) const;
-  ControlStatus request_joint_target(const TargetPtr& target, const std::vector<std::string>& groups, double timeout_s,
-                                     const char* operation);
-  ControlStatus wait_for_positions(SteadyTime start, double timeout_s, const std::vector<std::string>& groups);
-  void stop_groups(const std::vector<std::string>& groups, double timeout_s);
+  // Made with the endpoints, before the readers that use them.
+  std::vector<std::unique_ptr<ServiceWatch>> service_watches_;
 
-  // Whether `group` has arrived; a stop short of the target is recorded.
-  ControlStatus check_group_reached(const std::string& group) const;
-
-  ControlStatus prepare_trajectory(Trajectory& trajectory, const char* operation, GroupTrajectoryMap& groups);
-  TargetPtr build_trajectory_target(const GroupTrajectoryMap& groups) const;
-  ControlStatus wait_for_trajectory(SteadyTime start, double timeout_s, const std::vector<std::string>& groups);
-  TrajectoryControlStatus check_group_execution(const std::string& group) const;
-  bool request_stop(const std::string& group, ErrorInfo& error_info, int timeout_s, const char* operation);
-
-  std::pair<ControlStatus, ControlStatus> zero_joints_and_base(const std::array<double, 3>& base_target,
-                                                               const std::string& frame_id,
-                                                               const std::string& reference_frame_id, bool blocking,
-                                                               double speed, double timeout_s,
-                                                               std::shared_ptr<Parameter> parameter);
-
-  bool is_dexhand_command_valid(const std::string& dexhand, const std::vector<JointCommand>& joint_commands,
-                                DexHandType type) const;
-  ControlStatus wait_for_dexhand(SteadyTime start, const std::string& dexhand) const;
-
-  std::shared_ptr<CommonUtils> common_utils_;
-  std::shared_ptr<JointManager> joint_manager_;
-  std::shared_ptr<TargetDispatcher> target_dispatcher_;
-  std::shared_ptr<ControllerManager> controller_manager_;
-  std::shared_ptr<TargetProtoBuilder> target_proto_builder_;
-  std::shared_ptr<SensorModule> sensor_module_;
-  std::shared_ptr<JointMetadata> joint_metadata_;
-  std::shared_ptr<JointStateModule> joint_state_module_;
-  std::shared_ptr<EndEffectorControl> end_effector_control_;
-  std::unique_ptr<BaseControl> base_control_;
+  WbcModulesSlot modules_;
+  const JointControl joint_control_;
+  const TrajectoryControl trajectory_control_;
+  const TargetControl target_control_;
+  const CartesianControl cartesian_control_;
+  const DexhandControl dexhand_control_;
+  const ZeroControl zero_control_;
 
   // This object's sensor part, which keeps a history of the joint states; null when it has none.
   SensorBase* sensor_base_ = nullptr;
 
   std::once_flag init_once_;
-  std::once_flag slots_once_;
   bool initialized_ = false;
   std::unique_ptr<ovimux::Node> node_;
   // Closed first: their callbacks use the modules.
   std::vector<std::shared_ptr<ovimux::ReaderBase>> readers_;
+  // Goes before everything that it stops motions with.
+  std::unique_ptr<MotionStopper> motion_stopper_;
 };
 
 }  // namespace norvik::sdk

@@ -46,10 +46,24 @@ std::shared_ptr<ovimux::ReaderBase> open_reader(ovimux::Node& node, const char* 
 
 }  // namespace
 
-WbcBase::WbcBase() = default;
+WbcBase::WbcBase()
+    : joint_control_(modules_),
+      trajectory_control_(modules_),
+      target_control_(modules_),
+      cartesian_control_(modules_),
+      dexhand_control_(modules_,
+                       [this](const std::vector<JointCommand>& joint_commands, const std::string& group) {
+                         return set_joint_commands(joint_commands, {group}, {}, 0.0);
+                       }),
+      zero_control_(modules_, [this](const ZeroControl::Command& command, double time_from_start_s) {
+        const auto& [x, y, yaw] = command.base_target;
+        return set_base_pose(x, y, yaw, command.frame_id, command.reference_frame_id, time_from_start_s, false,
+                             command.timeout_s);
+      }) {}
 
-// The readers wait for their callbacks, which use the modules.
+// Stopping motions takes everything; the readers wait for their callbacks, which use the modules.
 WbcBase::~WbcBase() {
+  motion_stopper_.reset();
   readers_.clear();
   clear_provider_slots();
 }
@@ -63,7 +77,10 @@ bool WbcBase::wbc_base_init() {
   if (wbcs_controller_client_) {
     wbcs_controller_client_->WaitForServerConnected(kServerTimeout);
   }
-  std::call_once(slots_once_, [this] { publish_provider_slots(); });
+  for (const auto& watch : service_watches_) {
+    watch->look_first();
+  }
+  publish_provider_slots();
   return initialized_;
 }
 
@@ -77,6 +94,7 @@ bool WbcBase::open_channels() {
     return false;
   }
   create_modules();
+  watch_services();
   if (!open_readers()) {
     return false;
   }
@@ -104,19 +122,30 @@ bool WbcBase::open_endpoints() {
 }
 
 void WbcBase::create_modules() {
-  common_utils_ = std::make_shared<CommonUtils>(wbcs_target_writer_, wbcs_target_client_, wbcs_controller_client_);
-  joint_manager_ = create_joint_manager();
-  target_dispatcher_ = std::make_shared<TargetDispatcher>(common_utils_);
-  controller_manager_ = create_controller_manager(common_utils_);
-  target_proto_builder_ = create_target_proto_builder(joint_manager_);
-  sensor_module_ = std::make_shared<SensorModule>(common_utils_, joint_manager_);
-  joint_metadata_ = std::make_shared<JointMetadata>(common_utils_, joint_manager_, sensor_module_);
-  joint_state_module_ = std::make_shared<JointStateModule>(common_utils_, joint_manager_, sensor_module_);
-  end_effector_control_ = std::make_shared<EndEffectorControl>(common_utils_, joint_manager_, target_proto_builder_,
-                                                               sensor_module_, joint_state_module_);
-  base_control_ =
-      std::make_unique<BaseControl>(common_utils_, target_proto_builder_, target_dispatcher_, controller_manager_);
+  WbcModules made;
+  made.common_utils = std::make_shared<CommonUtils>(wbcs_target_writer_, wbcs_target_client_, wbcs_controller_client_);
+  made.joint_manager = create_joint_manager();
+  made.target_dispatcher = std::make_shared<TargetDispatcher>(made.common_utils);
+  made.controller_manager = create_controller_manager(made.common_utils);
+  made.target_proto_builder = create_target_proto_builder(made.joint_manager);
+  made.sensor_module = std::make_shared<SensorModule>(made.common_utils, made.joint_manager);
+  made.joint_metadata = std::make_shared<JointMetadata>(made.common_utils, made.joint_manager, made.sensor_module);
+  made.joint_state_module =
+      std::make_shared<JointStateModule>(made.common_utils, made.joint_manager, made.sensor_module);
+  made.end_effector_control = std::make_shared<EndEffectorControl>(
+      made.common_utils, made.joint_manager, made.target_proto_builder, made.sensor_module, made.joint_state_module);
+  made.base_control = std::make_unique<BaseControl>(made.common_utils, made.target_proto_builder,
+                                                    made.target_dispatcher, made.controller_manager);
+  motion_stopper_ = std::make_unique<MotionStopper>(made.common_utils, made.target_proto_builder);
   sensor_base_ = dynamic_cast<SensorBase*>(this);
+  modules_.fill(std::move(made));
+}
+
+void WbcBase::watch_services() {
+  service_watches_.push_back(std::make_unique<ServiceWatch>(
+      kTargetServer, [client = wbcs_target_client_] { return client->GetMatchedServerCount(); }));
+  service_watches_.push_back(std::make_unique<ServiceWatch>(
+      kControllerServer, [client = wbcs_controller_client_] { return client->GetMatchedServerCount(); }));
 }
 
 bool WbcBase::open_readers() {
@@ -136,7 +165,11 @@ bool WbcBase::open_readers() {
               "create odom_reader /odom/base_link success.", "create odom_reader_ fail.");
 }
 
+// At every initialisation: with several robots in the process the planner works with the one that was started last.
 void WbcBase::publish_provider_slots() {
+  if (g_slot_owner.exchange(this) == this) {
+    return;  // As they are; other threads may be calling them.
+  }
   JointStateProvider::get_whole_body_joint_state_func_ =
       [this](std::unordered_map<std::string, JointStateMessage>& out) { return get_whole_body_joint_state(out); };
   JointStateProvider::get_joint_positions_func_ = [this](const std::vector<std::string>& joint_groups,
@@ -148,7 +181,6 @@ void WbcBase::publish_provider_slots() {
              const std::vector<std::string>& joint_names, bool blocking, double speed_rad_s, double timeout_s) {
         return set_joint_positions(positions, joint_groups, joint_names, blocking, speed_rad_s, timeout_s);
       };
-  g_slot_owner = this;
 }
 
 void WbcBase::clear_provider_slots() {
@@ -161,7 +193,7 @@ void WbcBase::clear_provider_slots() {
 }
 
 void WbcBase::error_info_callback(const std::shared_ptr<tavrinox_proto::TavrinoXError>& message) {
-  common_utils_->add_error_from_proto(message);
+  modules().common_utils->add_error_from_proto(message);
 }
 
 void WbcBase::wbc_info_callback(const std::shared_ptr<tavrinox_proto::WBCInfo>& message) {
@@ -169,19 +201,22 @@ void WbcBase::wbc_info_callback(const std::shared_ptr<tavrinox_proto::WBCInfo>& 
     SDK_LOG(error) << "wbc_info_callback message is nullptr";
     return;
   }
-  common_utils_->wbc_info_buffer().set_data(message);
-  joint_state_module_->update_wbc_info(message);
+  modules().common_utils->wbc_info_buffer().set_data(message);
+  modules().joint_state_module->update_wbc_info(message);
+  for (const auto& watch : service_watches_) {
+    watch->look(steady_now());
+  }
   if (sensor_base_ != nullptr) {
-    sensor_base_->update_joint_sync_history(joint_state_module_->get_latest_joint_state_message());
+    sensor_base_->update_joint_sync_history(modules().joint_state_module->get_latest_joint_state_message());
   }
 }
 
 void WbcBase::sensor_callback(const std::shared_ptr<tavrinox_proto::TavrinoXSensor>& message) {
-  sensor_module_->sensor_callback(message);
+  modules().sensor_module->sensor_callback(message);
 }
 
 void WbcBase::odom_callback(const std::shared_ptr<navigation_proto::Odometry>& message) {
-  base_control_->odom_callback(message);
+  modules().base_control->odom_callback(message);
 }
 
 }  // namespace norvik::sdk

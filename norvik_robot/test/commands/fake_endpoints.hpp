@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -65,24 +66,39 @@ class FakeClient : public ovimux::SerializationClient<Req, Resp> {
     }
     return reply(request);
   }
-  typename Base::ResponseFuture AsyncSendRequest(std::shared_ptr<const Req>, typename Base::ResponseCallback) override {
-    return {};
+  typename Base::ResponseFuture AsyncSendRequest(std::shared_ptr<const Req> request,
+                                                 typename Base::ResponseCallback) override {
+    return AsyncSendRequest(*request);
   }
-  typename Base::ResponseFuture AsyncSendRequest(const Req&) override { return {}; }
-  typename Base::ResponseFuture AsyncSendRequest(std::shared_ptr<const Req>) override { return {}; }
+  typename Base::ResponseFuture AsyncSendRequest(std::shared_ptr<const Req> request) override {
+    return AsyncSendRequest(*request);
+  }
+  // Without an answer the future stays pending.
+  typename Base::ResponseFuture AsyncSendRequest(const Req& request) override {
+    std::promise<typename Base::ResponsePtr> promise;
+    if (auto response = SendRequest(request, std::chrono::seconds(0))) {
+      promise.set_value(std::move(response));
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    promises_.push_back(std::move(promise));
+    return promises_.back().get_future().share();
+  }
   void WaitForServerConnected(const std::chrono::seconds&) override {}
   unsigned GetMatchedServerCount() override { return 1; }
+  unsigned GetLostServerCount() override { return lost_servers; }
 
   std::vector<Call> calls() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return calls_;
   }
 
+  unsigned lost_servers = 0;
   std::function<std::shared_ptr<Resp>(const Req&)> reply = [](const Req&) { return std::make_shared<Resp>(); };
 
  private:
   mutable std::mutex mutex_;
   std::vector<Call> calls_;
+  std::vector<std::promise<typename Base::ResponsePtr>> promises_;
 };
 
 }  // namespace norvik::test

@@ -251,15 +251,20 @@ TEST(CommandWait, TimeoutsAreRoundedUpAndBounded) {
 }
 
 TEST(CommandWait, EndsAtTheTimeoutAndNeverRunsOnNonsense) {
+  MotionsUnderWay motions;
+  MotionsUnderWay::Motion motion(motions, {});
   for (const double timeout_s : {kNan, -1.0, -kInf}) {
-    EXPECT_FALSE(poll_until(steady_now() - std::chrono::seconds(1), timeout_s, [] {
-      ADD_FAILURE() << "polled";
-      return std::optional<ControlStatus>{ControlStatus::SUCCESS};
-    }));
+    EXPECT_EQ(wait_for_motion(motion, {"test", steady_now() - std::chrono::seconds(1), timeout_s},
+                              [] {
+                                ADD_FAILURE() << "polled";
+                                return std::optional<ControlStatus>{ControlStatus::SUCCESS};
+                              }),
+              ControlStatus::TIMEOUT);
   }
   int polls = 0;
   const SteadyTime start = steady_now();
-  EXPECT_FALSE(poll_until(start, 0.15, [&] { return ++polls, std::optional<ControlStatus>{}; }));
+  const auto poll = [&] { return ++polls, std::optional<ControlStatus>{}; };
+  EXPECT_EQ(wait_for_motion(motion, {"test", start, 0.15}, poll), ControlStatus::TIMEOUT);
   EXPECT_EQ(polls, 2);  // at 100 and at 200 ms
   EXPECT_GE(steady_now() - start, std::chrono::milliseconds(200));
   sleep_for_seconds(kNan);

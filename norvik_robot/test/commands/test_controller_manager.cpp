@@ -196,5 +196,33 @@ TEST(ControllerManager, UseFromManyThreadsKeepsTheMapWhole) {
   EXPECT_EQ(wrong, 0);
 }
 
+// What was made active says nothing of a robot that was restarted; the table stays, a record names the remedy.
+TEST(ControllerMemory, WarnsOnceOfALostServerAndCanBeForgotten) {
+  SdkLogCapture log;
+  FakeRobot robot;
+  robot.forget_active_controllers();
+  robot.start_healthy();
+  const auto warned = [&] { return log.has_containing("warning", "forget_controllers(robot)"); };
+  const auto drive = [&] {
+    log.clear();
+    return robot.set_base_velocity({0.1, 0, 0}, {0, 0, 0}, 0.0);
+  };
+  EXPECT_EQ(drive(), ControlStatus::SUCCESS);
+  EXPECT_EQ(drive(), ControlStatus::SUCCESS);
+  EXPECT_FALSE(warned());
+  robot.controller_client->lost_servers = 1;
+  EXPECT_EQ(drive(), ControlStatus::SUCCESS);
+  EXPECT_TRUE(warned());
+  EXPECT_EQ(drive(), ControlStatus::SUCCESS);
+  EXPECT_FALSE(warned());
+  EXPECT_EQ(robot.controller_client->calls().size(), 1U);
+
+  robot.forget_active_controllers();
+  EXPECT_EQ(robot.get_active_controller("chassis"), "CONTROLLER_NAME_NUM");
+  EXPECT_EQ(drive(), ControlStatus::SUCCESS);
+  EXPECT_EQ(robot.controller_client->calls().size(), 2U);
+  EXPECT_FALSE(warned());
+}
+
 }  // namespace
 }  // namespace norvik::test

@@ -48,6 +48,8 @@ TEST_F(EndEffectors, GripperArguments) {
       {"right_gripper", 1000.0, 1e-9, 1e-9, ""},  // the width has no upper limit
       {"left_arm", 0.0, 0.2, 100.0, "gripper invalid ,input left_arm"},
       {"left_gripper", -0.001, 0.1, 50, "Invalid input: width_m=-0.001, velocity_mps=0.1, effort=50"},
+      {"left_gripper", kNan, 0.1, 50, "Invalid input: width_m=nan, velocity_mps=0.1, effort=50"},
+      {"left_gripper", HUGE_VAL, 0.1, 50, "Invalid input: width_m=inf, velocity_mps=0.1, effort=50"},
       {"left_gripper", 0.01, 0.2001, 50, "Invalid input: width_m=0.01, velocity_mps=0.2001, effort=50"},
       {"left_gripper", 0.01, 0.0, 50, "Invalid input: width_m=0.01, velocity_mps=0, effort=50"},
       {"left_gripper", 0.01, kNan, 50, "Invalid input: width_m=0.01, velocity_mps=nan, effort=50"},
@@ -56,9 +58,11 @@ TEST_F(EndEffectors, GripperArguments) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.refusal);
+    log_.clear();
     EXPECT_EQ(robot_.set_gripper_command(c.group, c.width, c.velocity, c.effort, false),
               c.refusal.empty() ? ControlStatus::SUCCESS : ControlStatus::INVALID_INPUT);
     EXPECT_TRUE(c.refusal.empty() || log_.has("error", c.refusal));
+    EXPECT_EQ(log_.has_containing("warning", "if millimetres were meant"), c.width == 1000.0);
   }
 }
 

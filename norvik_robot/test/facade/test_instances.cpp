@@ -1,3 +1,4 @@
+#include "common_provider.hpp"
 #include "facade_fixture.hpp"
 #include "ovimux/ovimux.hpp"
 
@@ -224,6 +225,22 @@ TEST_F(Facade, ShutsDownInOrderAndOnlyOnce) {
   k2().destroy();
   k2().destroy();
   k2().wait_for_shutdown();
+}
+
+// The planner works with the robot that was initialised last, also with one that was there before.
+TEST_F(Facade, EveryInitialisationFillsTheProviderSlots) {
+  const SilentController controller;
+  // Only a K2 has a leg. Its command is refused for want of error reports, not for its arguments.
+  const auto leg_status = [] {
+    return JointPositionControlProvider::set_joint_positions_func_(std::vector<double>(5), {"leg"}, {}, false, 0.1,
+                                                                   1.0);
+  };
+  ASSERT_TRUE(k2().init());
+  EXPECT_EQ(leg_status(), ControlStatus::COMM_DISCONNECTED);
+  ASSERT_TRUE(r5().init());
+  EXPECT_EQ(leg_status(), ControlStatus::INVALID_INPUT);
+  ASSERT_TRUE(k2().init());
+  EXPECT_EQ(leg_status(), ControlStatus::COMM_DISCONNECTED);
 }
 
 }  // namespace

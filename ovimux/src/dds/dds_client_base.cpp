@@ -148,7 +148,8 @@ bool DDSClientBase::open_endpoints(const std::shared_ptr<DDSClientSubListenerCor
   auto pub_listener =
       std::make_shared<DDSClientPubListener>([weak = std::weak_ptr<MatchCounts>(match_counts_)](unsigned count) {
         if (const auto counts = weak.lock()) {
-          counts->pub.store(count);
+          const uint32_t before = counts->pub.exchange(count);
+          counts->lost += before > count ? before - count : 0;
         } else {
           OVIMUX_LOG(kWarning) << "DDSSerializationDataClient already destroyed";
         }

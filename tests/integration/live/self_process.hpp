@@ -41,6 +41,8 @@ class SelfProcess {
   SelfProcess(const SelfProcess&) = delete;
   SelfProcess& operator=(const SelfProcess&) = delete;
 
+  void send_signal(int signal) const { ::kill(pid_, signal); }
+
   // The exit status, 128 + signal for a signal, empty when it still runs after `limit`.
   std::optional<int> wait_for_exit(std::chrono::seconds limit) {
     int status = 0;

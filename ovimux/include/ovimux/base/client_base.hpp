@@ -42,6 +42,9 @@ class SerializationClient : public ClientBase {
 
   // Servers of which both the request reader and the response writer are matched.
   virtual unsigned GetMatchedServerCount() = 0;
+
+  // How many matched servers have gone so far. A server that dies is noticed when its lease runs out, after 5 s.
+  virtual unsigned GetLostServerCount() { return 0; }
 };
 
 }  // namespace norvik::ovimux

@@ -83,6 +83,7 @@ class OVIMUX_EXPORT DDSClientBase {
   struct MatchCounts {
     std::atomic<uint32_t> pub{0};
     std::atomic<uint32_t> sub{0};
+    std::atomic<uint32_t> lost{0};
   };
   bool open_endpoints(const std::shared_ptr<DDSClientSubListenerCore>& listener);
   void close_endpoints();

@@ -123,6 +123,8 @@ class DDSSerializationDataClient : public SerializationClient<Req, Resp>,
 
   unsigned GetMatchedServerCount() override { return matched_server_count(); }
 
+  unsigned GetLostServerCount() override { return match_counts_->lost.load(); }
+
  private:
   using Promise = std::promise<ResponsePtr>;
   using PendingRequest = std::tuple<ResponseFuture, ResponseCallback, std::shared_ptr<Promise>>;

@@ -10,6 +10,7 @@
 #include <norvik_sdk/types.hpp>
 
 #include "data_buffer.hpp"
+#include "impl/wbc/common/motions_under_way.hpp"
 #include "norvik/tavrinox_proto/tavrinox_controller.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_error.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_info.pb.h"
@@ -72,6 +73,9 @@ class CommonUtils {
   DataBuffer<tavrinox_proto::WBCInfo>& wbc_info_buffer() { return wbc_info_buffer_; }
   const DataBuffer<tavrinox_proto::WBCInfo>& wbc_info_buffer() const { return wbc_info_buffer_; }
 
+  // What has to be stopped when the program is told to stop.
+  MotionsUnderWay& motions_under_way() { return motions_under_way_; }
+
   static bool is_valid_frame_id(const std::string& frame_id);
   static bool is_valid_reference_frame_id(const std::string& frame_id);
 
@@ -119,6 +123,7 @@ class CommonUtils {
   ControllerClientPtr& wbcs_controller_client_;
   DataBuffer<ErrorInfo> error_buffer_;
   DataBuffer<tavrinox_proto::WBCInfo> wbc_info_buffer_;
+  MotionsUnderWay motions_under_way_;
   const int32_t fatal_level_;
 };
 

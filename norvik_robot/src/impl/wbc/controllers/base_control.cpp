@@ -44,19 +44,30 @@ ControlStatus BaseControl::set_base_velocity(const std::array<double, 3>& linear
   if (const ControlStatus status = prepare_twist(); status != ControlStatus::SUCCESS) {
     return status;
   }
-  const auto target = target_proto_builder_->generate_target_chassis_twist(linear[0], linear[1], angular[2]);
-  const ControlStatus status = target_dispatcher_->publish_proto_target(target);
-  if (status != ControlStatus::SUCCESS) {
+  if (const ControlStatus status = publish_twist(linear[0], linear[1], angular[2]); status != ControlStatus::SUCCESS) {
     SDK_LOG(error) << "set_base_velocity dispatch fail.";
     return status;
   }
   if (duration_s > 0.0) {
-    sleep_for_seconds(duration_s);
+    if (const auto status = sleep_in_command("set_base_velocity", duration_s); status != ControlStatus::SUCCESS) {
+      return status;  // The base is stopped with all other motions of this process.
+    }
     ErrorInfo unread;
     return stop_base(unread, kStopTimeoutS);
   }
   SDK_LOG(info) << "set_base_velocity success";
   return ControlStatus::SUCCESS;
+}
+
+ControlStatus BaseControl::publish_twist(double vx, double vy, double wz) {
+  const bool stands = vx != 0.0 || vy != 0.0 || wz != 0.0;
+  MotionsUnderWay::BaseVelocity velocity(common_utils_->motions_under_way(), stands);
+  const auto target = target_proto_builder_->generate_target_chassis_twist(vx, vy, wz);
+  const ControlStatus status = target_dispatcher_->publish_proto_target(target);
+  if (status == ControlStatus::SUCCESS) {
+    velocity.sent();
+  }
+  return status;
 }
 
 ControlStatus BaseControl::set_base_pose(double x, double y, double yaw, const std::string& frame_id,
@@ -77,16 +88,35 @@ ControlStatus BaseControl::set_base_pose(double x, double y, double yaw, const s
   if (!has_dispatcher()) {
     return ControlStatus::INIT_FAILED;
   }
+  const ControlStatus status = blocking ? move_and_wait(target, move_time_s, timeout_s) : move(target, timeout_s);
+  if (status == ControlStatus::SUCCESS) {
+    SDK_LOG(info) << "set_base_pose success";
+  }
+  return status;
+}
+
+ControlStatus BaseControl::move(const TargetPtr& target, double timeout_s) {
   ErrorInfo unread;
   const ControlStatus status = request_chassis_target(target, ceil_to_seconds(timeout_s), "set_base_pose", unread);
+  if (status == ControlStatus::SUCCESS) {
+    common_utils_->motions_under_way().base_velocity_ended();
+  }
+  return status;
+}
+
+ControlStatus BaseControl::move_and_wait(const TargetPtr& target, double move_time_s, double timeout_s) {
+  MotionsUnderWay::Motion motion(common_utils_->motions_under_way(),
+                                 {controller_manager_->get_chassis_group_name_impl()});
+  const ControlStatus status = move(target, timeout_s);
+  motion.commanded(status);
   if (status != ControlStatus::SUCCESS) {
     return status;
   }
-  if (blocking) {
-    sleep_for_seconds(move_time_s);
+  const ControlStatus slept = sleep_in_command("set_base_pose", move_time_s);
+  if (slept == ControlStatus::SUCCESS) {
+    motion.ended();
   }
-  SDK_LOG(info) << "set_base_pose success";
-  return ControlStatus::SUCCESS;
+  return slept;
 }
 
 ControlStatus BaseControl::stop_base(ErrorInfo& error_info, int timeout_s) {
@@ -96,6 +126,7 @@ ControlStatus BaseControl::stop_base(ErrorInfo& error_info, int timeout_s) {
   const auto target = target_proto_builder_->generate_target_chassis_twist(0.0, 0.0, 0.0);
   const ControlStatus status = request_chassis_target(target, std::chrono::seconds(timeout_s), "stop_base", error_info);
   if (status == ControlStatus::SUCCESS) {
+    common_utils_->motions_under_way().base_velocity_ended();
     SDK_LOG(info) << "stop_base success";
   }
   return status;
@@ -138,9 +169,8 @@ ControlStatus BaseControl::check_chassis() const {
   return check_no_fatal_error(*common_utils_, controller_manager_->get_chassis_group_name_impl(), "has fatal error");
 }
 
-ControlStatus BaseControl::request_chassis_target(const std::shared_ptr<tavrinox_proto::TavrinoXTarget>& target,
-                                                  std::chrono::seconds timeout, const char* operation,
-                                                  ErrorInfo& error_info) {
+ControlStatus BaseControl::request_chassis_target(const TargetPtr& target, std::chrono::seconds timeout,
+                                                  const char* operation, ErrorInfo& error_info) {
   const auto [status, response] = target_dispatcher_->request_proto_target(target, timeout);
   if (status != ControlStatus::SUCCESS) {
     SDK_LOG(error) << operation << " dispatch fail";

@@ -49,15 +49,24 @@ class BaseControl {
   void odom_callback(const std::shared_ptr<navigation_proto::Odometry>& odometry);
 
  private:
+  using TargetPtr = std::shared_ptr<tavrinox_proto::TavrinoXTarget>;
+
   ControlStatus select_twist_controller();
   ControlStatus select_pose_controller();
   ControlStatus prepare_twist();
   bool has_dispatcher() const;
   ControlStatus check_chassis() const;
 
+  // Metres and radians per second.
+  ControlStatus publish_twist(double vx, double vy, double wz);
+
+  // Sends a pose, and sleeps for the planned time.
+  ControlStatus move(const TargetPtr& target, double timeout_s);
+  ControlStatus move_and_wait(const TargetPtr& target, double move_time_s, double timeout_s);
+
   // Sends `target` and blocks for the answer, which is handed out on FAULT.
-  ControlStatus request_chassis_target(const std::shared_ptr<tavrinox_proto::TavrinoXTarget>& target,
-                                       std::chrono::seconds timeout, const char* operation, ErrorInfo& error_info);
+  ControlStatus request_chassis_target(const TargetPtr& target, std::chrono::seconds timeout, const char* operation,
+                                       ErrorInfo& error_info);
 
   const std::shared_ptr<CommonUtils> common_utils_;
   const std::shared_ptr<TargetProtoBuilder> target_proto_builder_;

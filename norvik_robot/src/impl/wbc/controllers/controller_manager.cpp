@@ -90,7 +90,7 @@ ControlStatus ControllerManager::switch_controller(const std::string& controller
 }
 
 bool ControllerManager::is_switch_needed(const std::string& controller_name, const std::string& group, int ctrl_id,
-                                         bool force_switch) const {
+                                         bool force_switch) {
   const std::optional<int> active_id = find_active_id(group);
   if (!active_id) {
     SDK_LOG(info) << "cur controller mode is unknown, will switch to " << controller_name;
@@ -109,6 +109,7 @@ bool ControllerManager::is_switch_needed(const std::string& controller_name, con
     return true;
   }
   SDK_LOG(warning) << "switch_controller ignored, current controller is already " << controller_name;
+  warn_of_lost_server(group, controller_name);
   return false;
 }
 
@@ -225,27 +226,50 @@ ControllerManager::ControllerRequest ControllerManager::generate_controller_stop
   return make_option_request(group, tavrinox_proto::CONTROLLER_OPTIONS_CONTROLER_STOP);
 }
 
+unsigned ControllerManager::lost_server_count() const {
+  const auto client = common_utils_->get_wbcs_controller_client();
+  return client ? client->GetLostServerCount() : 0;
+}
+
+void ControllerManager::warn_of_lost_server(const std::string& group, const std::string& controller_name) {
+  const unsigned lost = lost_server_count();
+  {
+    const std::lock_guard<std::mutex> lock(active_mutex_);
+    const auto active = active_.find(group);
+    if (active == active_.end() || std::exchange(active->second.lost_servers, lost) == lost) {
+      return;
+    }
+  }
+  SDK_LOG(warning) << "the controller service was lost since " << controller_name << " was made active: a restarted "
+                   << "robot has another controller active and ignores or refuses commands to this one; "
+                   << "forget_controllers(robot) or release_controller(\"" << group
+                   << "\") lets the next command switch again";
+}
+
 std::optional<int> ControllerManager::find_active_id(const std::string& group) const {
   const std::lock_guard<std::mutex> lock(active_mutex_);
-  const auto active = active_ids_.find(group);
-  if (active == active_ids_.end()) {
+  const auto active = active_.find(group);
+  if (active == active_.end()) {
     return std::nullopt;
   }
-  return active->second;
+  return active->second.ctrl_id;
 }
 
 void ControllerManager::remember_active_id(const std::string& group, int ctrl_id) {
+  const unsigned lost = lost_server_count();
   const std::lock_guard<std::mutex> lock(active_mutex_);
-  active_ids_[group] = ctrl_id;
+  active_[group] = {ctrl_id, lost};
 }
 
 void ControllerManager::forget_active_id(const std::string& group) {
   const std::lock_guard<std::mutex> lock(active_mutex_);
   if (group == kAllGroups) {
-    active_ids_.clear();
+    active_.clear();
   } else {
-    active_ids_.erase(group);
+    active_.erase(group);
   }
 }
+
+void ControllerManager::forget_active_controllers() { forget_active_id(kAllGroups); }
 
 }  // namespace norvik::sdk

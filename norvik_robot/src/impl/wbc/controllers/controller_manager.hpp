@@ -63,6 +63,9 @@ class ControllerManager {
   // Always sends. `error_info` is filled with the service's report on FAULT.
   ControlStatus switch_controller(const std::string& group, ErrorInfo& error_info, int ctrl_id);
 
+  // Every group is unknown again, as before the first switch. Nothing is sent.
+  void forget_active_controllers();
+
   // `group` may be kAllGroups. A released group has no known controller; a stopped one keeps its own.
   ControlStatus reload_controller(const std::string& group);
   ControlStatus release_controller(const std::string& group);
@@ -93,8 +96,17 @@ class ControllerManager {
   ControlStatus execute_controller_command(const std::string& group, const MakeRequest& make_request,
                                            const std::string& operation);
   bool has_fatal_answer(const std::string& group, const std::shared_ptr<tavrinox_proto::TavrinoXError>& response) const;
-  bool is_switch_needed(const std::string& controller_name, const std::string& group, int ctrl_id,
-                        bool force_switch) const;
+  bool is_switch_needed(const std::string& controller_name, const std::string& group, int ctrl_id, bool force_switch);
+
+  struct ActiveController {
+    int ctrl_id;
+    unsigned lost_servers;  // as counted when it was made active, or when a loss was last recorded
+  };
+
+  unsigned lost_server_count() const;
+
+  // The service may have come back as another process, whose controllers are not those remembered here.
+  void warn_of_lost_server(const std::string& group, const std::string& controller_name);
 
   std::optional<int> find_active_id(const std::string& group) const;
   void remember_active_id(const std::string& group, int ctrl_id);
@@ -104,9 +116,9 @@ class ControllerManager {
   std::unordered_map<std::string, std::pair<std::string, int>> route_by_controller_;
   std::unordered_map<std::string, std::unordered_map<int, std::string>> controllers_by_group_;
 
-  // Guards active_ids_ alone; never held across a request.
+  // Guards active_ alone; never held across a request.
   mutable std::mutex active_mutex_;
-  std::unordered_map<std::string, int> active_ids_;
+  std::unordered_map<std::string, ActiveController> active_;
 };
 
 class ControllerManagerK2 : public ControllerManager {

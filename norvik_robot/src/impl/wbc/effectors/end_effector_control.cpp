@@ -19,6 +19,7 @@ namespace {
 constexpr double kMillimetresPerMetre = 1000.0;
 constexpr double kMaxGripperVelocityMps = 0.2;
 constexpr double kMaxGripperEffort = 100.0;
+constexpr double kWidestPlausibleM = 1.0;  // wider is a slip of units
 constexpr double kGripperReachThresholdMm = 5.0;
 constexpr double kGripperExtraWaitS = 8.0;
 constexpr std::chrono::seconds kSuctionCupTimeout{5};
@@ -112,14 +113,22 @@ ControlStatus EndEffectorControl::set_gripper_command(const std::string& group, 
   if (!compute_gripper_move_time(group, command, time_s)) {
     return ControlStatus::DATA_FETCH_FAILED;
   }
-  if (const auto status = request_gripper(group, command, time_s); status != ControlStatus::SUCCESS) {
-    return status;
+  if (blocking) {
+    return move_gripper_and_wait(group, command, time_s);
   }
-  if (!blocking) {
+  const ControlStatus status = request_gripper(group, command, time_s);
+  if (status == ControlStatus::SUCCESS) {
     SDK_LOG(info) << "set_gripper_command success";
-    return ControlStatus::SUCCESS;
   }
-  return wait_for_gripper(group, time_s + kGripperExtraWaitS);
+  return status;
+}
+
+ControlStatus EndEffectorControl::move_gripper_and_wait(const std::string& group, const JointCommand& command,
+                                                        double time_s) {
+  MotionsUnderWay::Motion motion(common_utils_->motions_under_way(), {group});
+  const ControlStatus status = request_gripper(group, command, time_s);
+  motion.commanded(status);
+  return status == ControlStatus::SUCCESS ? wait_for_gripper(motion, group, time_s + kGripperExtraWaitS) : status;
 }
 
 bool EndEffectorControl::is_gripper_command_valid(const std::string& group, double width_m, double velocity_mps,
@@ -130,10 +139,15 @@ bool EndEffectorControl::is_gripper_command_valid(const std::string& group, doub
   }
   const bool velocity_valid = velocity_mps > 0.0 && velocity_mps <= kMaxGripperVelocityMps;
   const bool effort_valid = effort > 0.0 && effort <= kMaxGripperEffort;
-  if (width_m < 0.0 || !velocity_valid || !effort_valid) {
+  const bool width_valid = std::isfinite(width_m) && width_m >= 0.0;
+  if (!width_valid || !velocity_valid || !effort_valid) {
     SDK_LOG(error) << "Invalid input: width_m=" << width_m << ", velocity_mps=" << velocity_mps
                    << ", effort=" << effort;
     return false;
+  }
+  if (width_m > kWidestPlausibleM) {
+    SDK_LOG(warning) << "set_gripper_command: width_m=" << width_m << " is in metres, no gripper opens that wide; "
+                     << width_m / kMillimetresPerMetre << " if millimetres were meant";
   }
   return true;
 }
@@ -170,7 +184,8 @@ ControlStatus EndEffectorControl::request_gripper(const std::string& group, cons
   return ControlStatus::SUCCESS;
 }
 
-ControlStatus EndEffectorControl::wait_for_gripper(const std::string& group, double timeout_s) const {
+ControlStatus EndEffectorControl::wait_for_gripper(MotionsUnderWay::Motion& motion, const std::string& group,
+                                                   double timeout_s) const {
   const auto poll = [&]() -> std::optional<ControlStatus> {
     const ControlStatus reached = common_utils_->check_joint_reached(group, kGripperReachThresholdMm);
     if (reached == ControlStatus::SUCCESS) {
@@ -182,11 +197,7 @@ ControlStatus EndEffectorControl::wait_for_gripper(const std::string& group, dou
     const ControlStatus health = check_no_fatal_error(*common_utils_, group, "set_gripper_command fault");
     return health == ControlStatus::SUCCESS ? std::nullopt : std::make_optional(health);
   };
-  const auto outcome = poll_until(steady_now(), timeout_s, poll);
-  if (!outcome) {
-    SDK_LOG(error) << "set_gripper_command timeout";
-  }
-  return outcome.value_or(ControlStatus::TIMEOUT);
+  return wait_for_motion(motion, {"set_gripper_command", steady_now(), timeout_s}, poll);
 }
 
 ControlStatus EndEffectorControl::set_suction_cup_command(const std::string& group, bool activate,

@@ -5,6 +5,7 @@
 
 #include <norvik_sdk/types.hpp>
 
+#include "impl/wbc/common/motions_under_way.hpp"
 #include "impl/wbc/effectors/linker_hand.hpp"
 #include "impl/wbc/effectors/sharpa_hand.hpp"
 #include "impl/wbc/targets/target_dispatcher.hpp"
@@ -33,8 +34,8 @@ class EndEffectorControl {
 
   std::shared_ptr<GripperState> get_gripper_state(const std::string& group) const;
 
-  // `velocity_mps` in (0, 0.2], `effort` in percent, (0, 100]. `blocking` waits for the computed move time and 8 s more
-  // at most.
+  // `width_m` not negative, `velocity_mps` in (0, 0.2], `effort` in percent, (0, 100]. `blocking` waits for the
+  // computed move time and 8 s more at most.
   ControlStatus set_gripper_command(const std::string& group, double width_m, double velocity_mps, double effort,
                                     bool blocking);
 
@@ -53,7 +54,8 @@ class EndEffectorControl {
   ControlStatus check_ready(const std::string& group, const char* fault_text) const;
   bool compute_gripper_move_time(const std::string& group, const JointCommand& command, double& time_s) const;
   ControlStatus request_gripper(const std::string& group, const JointCommand& command, double time_s);
-  ControlStatus wait_for_gripper(const std::string& group, double timeout_s) const;
+  ControlStatus move_gripper_and_wait(const std::string& group, const JointCommand& command, double time_s);
+  ControlStatus wait_for_gripper(MotionsUnderWay::Motion& motion, const std::string& group, double timeout_s) const;
 
   const std::shared_ptr<CommonUtils> common_utils_;
   const std::shared_ptr<JointManager> joint_manager_;

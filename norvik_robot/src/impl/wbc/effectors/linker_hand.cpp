@@ -91,13 +91,17 @@ ControlStatus LinkerHand::set_linker_l20_dexhand_command(const std::string& grou
   if (const auto status = check_command(group, commands); status != ControlStatus::SUCCESS) {
     return status;
   }
-  if (!publish_command(group, commands)) {
-    SDK_LOG(error) << "set_linker_l20_dexhand_command publish fail";
-    return ControlStatus::PUBLISH_FAIL;
-  }
   if (!blocking) {
-    return ControlStatus::SUCCESS;
+    return publish_command(group, commands);
   }
+  MotionsUnderWay::Motion motion(common_utils_->motions_under_way(), {group});
+  const ControlStatus status = publish_command(group, commands);
+  motion.commanded(status);
+  return status == ControlStatus::SUCCESS ? wait_for_hand(motion, start, group, commands) : status;
+}
+
+ControlStatus LinkerHand::wait_for_hand(MotionsUnderWay::Motion& motion, SteadyTime start, const std::string& group,
+                                        const std::vector<JointCommand>& commands) const {
   const auto poll = [&]() -> std::optional<ControlStatus> {
     const auto health = check_no_fatal_error(*common_utils_, group, "set_linker_l20_dexhand_command fault");
     if (health != ControlStatus::SUCCESS) {
@@ -111,11 +115,7 @@ ControlStatus LinkerHand::set_linker_l20_dexhand_command(const std::string& grou
     SDK_LOG(info) << "set_linker_l20_dexhand_command done";
     return ControlStatus::SUCCESS;
   };
-  const auto outcome = poll_until(start, kDexhandTimeoutS, poll);
-  if (!outcome) {
-    SDK_LOG(error) << "set_linker_l20_dexhand_command timeout";
-  }
-  return outcome.value_or(ControlStatus::TIMEOUT);
+  return wait_for_motion(motion, {"set_linker_l20_dexhand_command", start, kDexhandTimeoutS}, poll);
 }
 
 ControlStatus LinkerHand::check_command(const std::string& group, const std::vector<JointCommand>& commands) const {
@@ -137,12 +137,16 @@ ControlStatus LinkerHand::check_command(const std::string& group, const std::vec
   return check_no_fatal_error(*common_utils_, group, "linker L20 dexhand has fatal error before command");
 }
 
-bool LinkerHand::publish_command(const std::string& group, const std::vector<JointCommand>& commands) {
+ControlStatus LinkerHand::publish_command(const std::string& group, const std::vector<JointCommand>& commands) {
   TrajectoryPoint point;
   point.time_from_start = 0.0;
   point.joint_command_vec = commands;
-  return common_utils_->publish_target(
-      target_proto_builder_->generate_target_trajectory(group, *linker_l20_joint_names(group), {point}, true));
+  const auto& names = *linker_l20_joint_names(group);
+  if (!common_utils_->publish_target(target_proto_builder_->generate_target_trajectory(group, names, {point}, true))) {
+    SDK_LOG(error) << "set_linker_l20_dexhand_command publish fail";
+    return ControlStatus::PUBLISH_FAIL;
+  }
+  return ControlStatus::SUCCESS;
 }
 
 }  // namespace norvik::sdk

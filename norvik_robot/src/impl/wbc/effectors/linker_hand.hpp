@@ -6,6 +6,8 @@
 
 #include <norvik_sdk/types.hpp>
 
+#include "impl/wbc/common/command_wait.hpp"
+
 namespace norvik::sdk {
 
 class CommonUtils;
@@ -33,7 +35,9 @@ class LinkerHand {
 
  private:
   ControlStatus check_command(const std::string& group, const std::vector<JointCommand>& commands) const;
-  bool publish_command(const std::string& group, const std::vector<JointCommand>& commands);
+  ControlStatus publish_command(const std::string& group, const std::vector<JointCommand>& commands);
+  ControlStatus wait_for_hand(MotionsUnderWay::Motion& motion, SteadyTime start, const std::string& group,
+                              const std::vector<JointCommand>& commands) const;
 
   const std::shared_ptr<CommonUtils> common_utils_;
   const std::shared_ptr<TargetProtoBuilder> target_proto_builder_;

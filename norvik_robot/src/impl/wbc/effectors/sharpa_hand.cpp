@@ -106,10 +106,18 @@ ControlStatus SharpaHand::set_sharpa_dexhand_command(const std::string& group,
   if (const auto status = check_command(group, commands); status != ControlStatus::SUCCESS) {
     return status;
   }
-  const ControlStatus status = publish_command(group, commands);
-  if (status != ControlStatus::SUCCESS || !blocking) {
-    return status;
+  if (!blocking) {
+    return publish_command(group, commands);
   }
+  MotionsUnderWay::Motion motion(common_utils_->motions_under_way(), {},
+                                 [this, group, commands] { hold(group, commands); });
+  const ControlStatus status = publish_command(group, commands);
+  motion.commanded(status);
+  return status == ControlStatus::SUCCESS ? wait_for_hand(motion, start, group, commands) : status;
+}
+
+ControlStatus SharpaHand::wait_for_hand(MotionsUnderWay::Motion& motion, SteadyTime start, const std::string& group,
+                                        const std::vector<JointCommand>& commands) {
   const auto poll = [&]() -> std::optional<ControlStatus> {
     if (has_sharpa_fatal_error(group)) {
       SDK_LOG(error) << "set_sharpa_dexhand_command fault";
@@ -123,11 +131,20 @@ ControlStatus SharpaHand::set_sharpa_dexhand_command(const std::string& group,
     SDK_LOG(info) << "set_sharpa_dexhand_command done";
     return ControlStatus::SUCCESS;
   };
-  const auto outcome = poll_until(start, kDexhandTimeoutS, poll);
-  if (!outcome) {
-    SDK_LOG(error) << "set_sharpa_dexhand_command timeout";
+  return wait_for_motion(motion, {"set_sharpa_dexhand_command", start, kDexhandTimeoutS}, poll);
+}
+
+void SharpaHand::hold(const std::string& group, std::vector<JointCommand> commands) {
+  JointStateMessage state;
+  if (build_sharpa_joint_state(group, state) != ControlStatus::SUCCESS) {
+    return;
   }
-  return outcome.value_or(ControlStatus::TIMEOUT);
+  for (size_t i = 0; i < commands.size(); ++i) {
+    commands[i].position = state.joint_states[i].position;
+  }
+  if (publish_command(group, commands) == ControlStatus::SUCCESS) {
+    SDK_LOG(info) << "stop " << group << " action success.";
+  }
 }
 
 ControlStatus SharpaHand::check_command(const std::string& group, const std::vector<JointCommand>& commands) {

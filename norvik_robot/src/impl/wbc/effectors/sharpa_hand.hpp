@@ -8,6 +8,7 @@
 #include <norvik_sdk/types.hpp>
 
 #include "data_buffer.hpp"
+#include "impl/wbc/common/command_wait.hpp"
 #include "norvik/tavrinox_proto/tavrinox_command.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_error.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_sensor.pb.h"
@@ -75,6 +76,11 @@ class SharpaHand {
   bool has_sharpa_fatal_error(const std::string& group);
   ControlStatus check_command(const std::string& group, const std::vector<JointCommand>& commands);
   ControlStatus publish_command(const std::string& group, const std::vector<JointCommand>& commands);
+  ControlStatus wait_for_hand(MotionsUnderWay::Motion& motion, SteadyTime start, const std::string& group,
+                              const std::vector<JointCommand>& commands);
+
+  // Lets the hand stay where it stands: there is no controller to tell it to stop. `commands` as before.
+  void hold(const std::string& group, std::vector<JointCommand> commands);
 
   const std::shared_ptr<CommonUtils> common_utils_;
   std::once_flag init_once_;
