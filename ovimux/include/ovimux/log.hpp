@@ -10,7 +10,10 @@ namespace norvik::ovimux {
 enum LogLevel { kTrace = 0, kDebug = 1, kInfo = 2, kWarning = 3, kError = 4, kCritical = 5, kLogOff = 6 };
 
 // The middleware's own log channel, separate from the SDK's. It writes to stderr, warnings and worse unless
-// OVIMUX_LOG_LEVEL (0 to 5) says otherwise. Never destroyed, so that any thread may log at any time.
+// OVIMUX_LOG_LEVEL (0 to 5) says otherwise. Never destroyed, so that any thread may log at any time. A thread that logs
+// never waits for the reader of stderr: lines go through a queue to a thread of their own, and are dropped and counted
+// when it is full. exit() waits for them for 0.2 s at most; abort(), _exit() and a signal that kills lose what is
+// queued.
 class OVIMUX_EXPORT Logger {
  public:
   using Sink = void (*)(int level, const char* file, const char* function, int line, const std::string& text);

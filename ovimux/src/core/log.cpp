@@ -1,11 +1,14 @@
 #include "ovimux/log.hpp"
 
-#include <spdlog/sinks/stdout_color_sinks.h>
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <exception>
+#include <mutex>
+
+#include "core/stderr_queue.hpp"
 
 namespace norvik::ovimux {
 namespace {
@@ -26,6 +29,16 @@ const char* base_name(const char* path) {
   return name;
 }
 
+class QueueSink : public spdlog::sinks::base_sink<std::mutex> {
+ protected:
+  void sink_it_(const spdlog::details::log_msg& message) override {
+    spdlog::memory_buf_t line;
+    formatter_->format(message, line);
+    StderrQueue::instance().push(std::string(line.data(), line.size()));
+  }
+  void flush_() override {}
+};
+
 }  // namespace
 
 struct Logger::State {
@@ -40,7 +53,7 @@ Logger& Logger::getInstance() {
 }
 
 Logger::Logger() : state_(new State) {
-  auto sink = std::make_shared<spdlog::sinks::stderr_color_sink_mt>();
+  auto sink = std::make_shared<QueueSink>();
   sink->set_pattern("[%Y-%m-%d %H:%M:%S.%e thread:%t %l %s:%#]:%v");
   state_->logger = std::make_shared<spdlog::logger>("ovimux", std::move(sink));
   state_->logger->set_level(spdlog::level::trace);
