@@ -4,6 +4,7 @@
 #include <fastdds/dds/subscriber/DataReaderListener.hpp>
 #include <fastdds/dds/subscriber/SampleInfo.hpp>
 
+#include <chrono>
 #include <ctime>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include "dds/dds_thread.hpp"
 #include "dds/endpoint_qos.hpp"
 #include "ovimux/core/statistics.hpp"
+#include "ovimux/dds/dds_tools.hpp"
 #include "ovimux/log.hpp"
 #include "ovimux/ovimux.hpp"
 
@@ -31,6 +33,11 @@ int64_t transit_time_us(const Envelope& envelope) {
   return now_us() - (static_cast<int64_t>(envelope.timestamp_sec) * 1000000 + envelope.timestamp_nsec / 1000);
 }
 
+int64_t steady_us() {
+  const auto since_boot = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::microseconds>(since_boot).count();
+}
+
 }  // namespace
 
 class SubListenerBase::DdsListener : public eprosima::fastdds::dds::DataReaderListener {
@@ -49,7 +56,12 @@ class SubListenerBase::DdsListener : public eprosima::fastdds::dds::DataReaderLi
 };
 
 SubListenerBase::SubListenerBase(const Kind& kind, std::string topic, const Qos& qos)
-    : qos_(qos), kind_(kind), topic_(std::move(topic)), dds_listener_(std::make_unique<DdsListener>(*this)) {}
+    : qos_(qos),
+      kind_(kind),
+      topic_(std::move(topic)),
+      dds_listener_(std::make_unique<DdsListener>(*this)),
+      latched_(DDSTools::PolicyOf(qos).latched),
+      last_match_us_(steady_us()) {}
 
 // Waits for a reception that is about to return.
 SubListenerBase::~SubListenerBase() { const std::lock_guard<std::mutex> lock(receive_mutex_); }
@@ -130,14 +142,23 @@ bool SubListenerBase::is_usable(const Envelope& envelope, const SampleOrigin& or
   return true;
 }
 
-// Statistics, and the warning about a sample that was long on its way.
+// A latched topic's last sample is as old as it may be when somebody joins.
+bool SubListenerBase::was_kept_for_late_joiners(int64_t transit_us) const {
+  return latched_ && transit_us > steady_us() - last_match_us_.load();
+}
+
+// Statistics, and the warning about a sample that was long on its way. A peer whose clock is off makes every sample
+// look late.
 void SubListenerBase::account(const Envelope& envelope) {
   const int64_t transit_us = transit_time_us(envelope);
   const bool spared =
       kind_.spares_broadcasts && !uses_large_envelope() && topic_.find("_change_broadcast") != std::string::npos;
-  if (transit_threshold_ms() <= transit_us / 1000 && !spared) {
-    OVIMUX_LOG(kWarning) << kind_.name << ": data used time " << transit_us / 1000 << " ms, over sub threshold "
-                         << transit_threshold_ms() << " ms, topic: " << topic_ << ", index: " << log_index(envelope);
+  if (transit_threshold_ms() <= transit_us / 1000 && !spared && !was_kept_for_late_joiners(transit_us)) {
+    if (const auto count = late_samples_.admit(std::chrono::steady_clock::now())) {
+      OVIMUX_LOG(kWarning) << kind_.name << ": data used time " << transit_us / 1000 << " ms, over sub threshold "
+                           << transit_threshold_ms() << " ms, topic: " << topic_ << ", index: " << log_index(envelope)
+                           << *count;
+    }
   }
   Statistics::Instance().on_channel_msg_recv(topic_, kind_.statistics_kind, envelope.payload_size, transit_us);
   OVIMUX_LOG(kDebug) << kind_.name << " data available, topic: " << topic_ << ", index: " << log_index(envelope)
@@ -170,6 +191,9 @@ void SubListenerBase::handle_match(int32_t current_count, int32_t change, int32_
   } else {
     OVIMUX_LOG(kInfo) << kind_.name << ": topic: " << topic_ << ", " << change
                       << " is not a valid value for SubscriptionMatchedStatus current count change";
+  }
+  if (change > 0) {
+    last_match_us_.store(steady_us());
   }
   on_match_count(current_count);
   Statistics::Instance().on_channel_match(topic_, kind_.statistics_kind, total_count >= 1);

@@ -333,5 +333,31 @@ TEST_F(Readers, EndpointsComeAndGoOnManyThreads) {
   }
 }
 
+// A peer whose clock is off makes every sample look late.
+TEST_F(Readers, WarnOnceOfManyLateSamples) {
+  Inbox inbox;
+  const auto reader = read("late", inbox);
+  const auto writer = write("late");
+  GlobalData::Instance()->setReaderSubThreshold(0);
+  const LogCapture log;
+  for (int i = 0; i < 50; ++i) {
+    ASSERT_TRUE(writer->Publish(std::string("x")));
+  }
+  ASSERT_TRUE(inbox.awaits(50));
+  GlobalData::Instance()->setReaderSubThreshold(200);
+  EXPECT_EQ(1, log.count(kWarning, "over sub threshold"));
+}
+
+TEST_F(Readers, AgeOfALatchedSampleSaysNothingToALateJoiner) {
+  const auto writer = write("latched", test::latched_qos());
+  ASSERT_TRUE(writer->Publish(std::string("old")));
+  std::this_thread::sleep_for(std::chrono::milliseconds(250));  // Older than the threshold.
+  const LogCapture log;
+  Inbox inbox;
+  const auto reader = read("latched", inbox, test::latched_qos());
+  ASSERT_TRUE(inbox.awaits(1));
+  EXPECT_EQ(0, log.count(kWarning, "over sub threshold"));
+}
+
 }  // namespace
 }  // namespace norvik::ovimux

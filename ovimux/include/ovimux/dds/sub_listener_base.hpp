@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 
+#include "ovimux/core/warning_throttle.hpp"
 #include "ovimux/dds/buffer_recycler.hpp"
 #include "ovimux/dds/envelope.hpp"
 #include "ovimux/dds/sample_identity.hpp"
@@ -77,12 +78,16 @@ class OVIMUX_EXPORT SubListenerBase {
   bool is_usable(const Envelope& envelope, const SampleOrigin& origin);
   void handle_match(int32_t current_count, int32_t change, int32_t total_count);
   void account(const Envelope& envelope);
+  bool was_kept_for_late_joiners(int64_t transit_us) const;
 
   const Kind kind_;
   const std::string topic_;
   const std::unique_ptr<eprosima::fastdds::dds::DataReaderListener> dds_listener_;
   std::mutex receive_mutex_;
   int32_t match_count_ = 0;
+  const bool latched_;
+  std::atomic<int64_t> last_match_us_;  // Steady clock.
+  WarningThrottle late_samples_;
   BufferRecycler recycler_;
   const std::shared_ptr<BufferRecycler> bulk_recycler_ = std::make_shared<BufferRecycler>();
 };
