@@ -197,6 +197,10 @@ std::optional<Buffer::Refusal> Buffer::store(const spatial_proto::TransformMsg& 
       return Refusal::kRepeated;
     case Storing::kTooManyFrames:
       return Refusal::kTooManyFrames;
+    case Storing::kStoredAfterStep:
+      OVIMUX_LOG(kInfo) << "the clock that stamps the transforms of " << child
+                        << " stepped back, its newer transforms are forgotten";
+      break;
     case Storing::kStored:
       break;
   }

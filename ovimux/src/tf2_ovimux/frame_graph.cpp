@@ -48,6 +48,8 @@ Storing FrameGraph::insert(const std::string& parent, const std::string& child, 
       return Storing::kTooOld;
     case FrameHistory::Insertion::kRepeated:
       return Storing::kRepeated;
+    case FrameHistory::Insertion::kStoredAfterStep:
+      return Storing::kStoredAfterStep;
     case FrameHistory::Insertion::kStored:
       break;
   }

@@ -21,7 +21,7 @@ struct Resolution {
   RigidTransform pose;
 };
 
-enum class Storing { kStored, kTooOld, kRepeated, kTooManyFrames };
+enum class Storing { kStored, kStoredAfterStep, kTooOld, kRepeated, kTooManyFrames };
 
 // The forest of frames and the search for paths in it. Frames may change their parent in time, so that a path exists
 // at a time, not as such. Not synchronised: any number of readers, or one writer.

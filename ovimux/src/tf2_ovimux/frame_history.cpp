@@ -5,6 +5,10 @@
 namespace norvik::ovimux::tf2_ovimux {
 namespace {
 
+constexpr int64_t kStepNs = 1000000000;
+// A tenth of a second of a fast frame, ten seconds of a slow one.
+constexpr int kSamplesThatTell = 10;
+
 bool is_before(const Sample& sample, int64_t stamp_ns) { return sample.stamp_ns < stamp_ns; }
 
 Sample interpolate(const Sample& older, const Sample& newer, int64_t stamp_ns) {
@@ -26,6 +30,10 @@ FrameHistory::Insertion FrameHistory::insert(const Sample& sample) {
     samples_.front().stamp_ns = 0;
     return Insertion::kStored;
   }
+  const bool stepped = shows_clock_step(sample.stamp_ns);
+  if (stepped) {
+    forget_after(sample.stamp_ns);
+  }
   if (!samples_.empty() && samples_.back().stamp_ns - sample.stamp_ns > cache_ns_) {
     return Insertion::kTooOld;
   }
@@ -35,7 +43,21 @@ FrameHistory::Insertion FrameHistory::insert(const Sample& sample) {
   }
   samples_.insert(place, sample);
   prune();
-  return Insertion::kStored;
+  return stepped ? Insertion::kStoredAfterStep : Insertion::kStored;
+}
+
+bool FrameHistory::shows_clock_step(int64_t stamp_ns) {
+  const bool is_old = !samples_.empty() && samples_.back().stamp_ns - stamp_ns > kStepNs;
+  const bool goes_on = old_in_a_row_ == 0 || stamp_ns >= last_old_ns_;
+  old_in_a_row_ = is_old ? (goes_on ? old_in_a_row_ + 1 : 1) : 0;
+  last_old_ns_ = stamp_ns;
+  return old_in_a_row_ >= kSamplesThatTell;
+}
+
+void FrameHistory::forget_after(int64_t stamp_ns) {
+  const auto newer = std::lower_bound(samples_.begin(), samples_.end(), stamp_ns + 1, is_before);
+  samples_.erase(newer, samples_.end());
+  old_in_a_row_ = 0;
 }
 
 void FrameHistory::prune() {
@@ -69,6 +91,7 @@ std::optional<Sample> FrameHistory::at(int64_t stamp_ns) const {
 void FrameHistory::clear() {
   if (!is_static_) {
     samples_.clear();
+    old_in_a_row_ = 0;
   }
 }
 

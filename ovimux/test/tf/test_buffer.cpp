@@ -279,5 +279,55 @@ TEST(BufferConcurrencyTest, ReadersSeeWholeSamplesWhileWritersWrite) {
   EXPECT_GE(answers, 3) << "each reader has an answer once the writers are done";
 }
 
+struct Step {
+  const char* name;
+  std::vector<int64_t> stamps_ms;  // After ten seconds of samples every 100 ms, up to 100000 ms.
+  int64_t newest_ms;
+};
+
+class BufferClockStepTest : public ::testing::TestWithParam<Step> {};
+
+TEST_P(BufferClockStepTest, IsToldFromLateSamples) {
+  const auto buffer = make_buffer();
+  const auto store = [&](int64_t ms) { buffer->setTransform(make_transform("p", "c", ms * 1000000), false); };
+  for (int64_t ms = 90000; ms <= 100000; ms += 100) {
+    store(ms);
+  }
+  for (const int64_t ms : GetParam().stamps_ms) {
+    store(ms);
+  }
+  const auto newest = buffer->lookupTransform("p", "c", at(0), milliseconds(0)).header().timestamp();
+  EXPECT_EQ(newest.sec() * 1000 + newest.nanosec() / 1000000, GetParam().newest_ms);
+}
+
+std::vector<int64_t> every_100_ms(int64_t from, int count) {
+  std::vector<int64_t> stamps;
+  for (int i = 0; i < count; ++i) {
+    stamps.push_back(from + i * 100);
+  }
+  return stamps;
+}
+
+std::vector<int64_t> alternating(int64_t one, int64_t other, int count) {
+  std::vector<int64_t> stamps;
+  for (int i = 0; i < count; ++i) {
+    stamps.push_back((i % 2 == 0 ? one : other) + i * 10);
+  }
+  return stamps;
+}
+
+INSTANTIATE_TEST_SUITE_P(, BufferClockStepTest,
+                         ::testing::Values(Step{"Hour", every_100_ms(100000 - 90000, 12), 11100},
+                                           Step{"WithinTheCache", every_100_ms(95050, 10), 95950},
+                                           Step{"TooFewToTell", every_100_ms(10000, 9), 100000},
+                                           Step{"LessThanASecond", every_100_ms(99050, 10), 100000},
+                                           Step{"BurstOutOfOrder",
+                                                {98950, 98850, 98750, 98650, 98550, 98450, 98350, 98250, 98150, 98050,
+                                                 97950, 97850},
+                                                100000},
+                                           Step{"SlowSecondSender", alternating(97000, 100000, 40), 100390},
+                                           Step{"Forwards", every_100_ms(500000, 3), 500200}),
+                         [](const auto& step) { return step.param.name; });
+
 }  // namespace
 }  // namespace norvik::ovimux::tf2_ovimux
