@@ -80,15 +80,17 @@ std::atomic<int32_t> Logger::internal_threshold_{Logger::kOff};
 std::atomic<int32_t> Logger::user_threshold_{Logger::kOff};
 
 Logger& Logger::get_instance() {
-  static Logger* const instance = new Logger();
-  static const ExitGuard guard;
+  static Logger* const instance = [] {
+    auto* const logger = new Logger();
+    ::on_exit([](int, void* closing) { static_cast<Logger*>(closing)->close_at_exit(); }, logger);
+    return logger;
+  }();
   return *instance;
 }
 
-Logger::ExitGuard::~ExitGuard() { get_instance().close_at_exit(); }
-
 Logger::Logger() : owner_process_(::getpid()) {
-  spdlog::details::registry::instance();  // built before the exit guard, so it is still there when the guard runs
+  spdlog::details::registry::instance();  // built before the exit handler is registered, so it is still there when that
+                                          // runs
   try {
     pool_ = std::make_shared<spdlog::details::thread_pool>(kQueueCapacity, 1);
   } catch (const std::exception&) {

@@ -83,10 +83,6 @@ class Logger {
     bool any() const { return internal_logger != nullptr || user_logger != nullptr; }
   };
 
-  struct ExitGuard {
-    ~ExitGuard();
-  };
-
   static constexpr int32_t kOff = 6;  // above every level
 
   Logger();

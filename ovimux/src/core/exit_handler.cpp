@@ -1,5 +1,6 @@
 #include "core/exit_handler.hpp"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -13,18 +14,39 @@
 
 #include "core/process_state.hpp"
 #include "core/signal_watcher.hpp"
+#include "core/stderr_queue.hpp"
 #include "dds/dds_thread.hpp"
 #include "ovimux/core/exit_hold.hpp"
 #include "ovimux/log.hpp"
 #include "ovimux/ovimux.hpp"
+#include "ovimux/threadpool/ovimux_thread_pool.hpp"
 
 namespace norvik::ovimux {
 namespace {
 
 constexpr std::chrono::milliseconds kTimeForExitCallback{500};
+constexpr std::chrono::milliseconds kTimeForCallbacks{300};
+constexpr std::chrono::milliseconds kTimeForLog{200};
+constexpr std::chrono::seconds kLongestClosing{3};  // Usual are some milliseconds.
 
 std::atomic<bool> g_exiting{false};
 std::thread::id g_exiting_thread;  // Set before g_exiting.
+
+// Waits for no reader: neither for that of standard error nor, with a full pipe, for that of standard output.
+void flush_what_can_be_written() {
+  StderrQueue::instance().flush(kTimeForLog);
+  pollfd writable{STDOUT_FILENO, POLLOUT, 0};
+  if (::poll(&writable, 1, 0) > 0 && ::ftrylockfile(stdout) == 0) {
+    ::fflush_unlocked(stdout);
+  }
+}
+
+// The application's callbacks use what exit() destroys next. One that never returns is left alone.
+void await_callbacks() {
+  if (auto* const pool = OvimuxThreadPool::Instance(false)) {
+    pool->await_idle(std::chrono::steady_clock::now() + kTimeForCallbacks);
+  }
+}
 
 // Ends the process, with the status that it was to have, when it has not been dismissed in time. DDS may never come
 // back from closing: it can lock up when peers leave under load.
@@ -52,11 +74,10 @@ class ExitDeadline {
 
  private:
   void wait(int status) {
-    constexpr std::chrono::seconds kLongestClosing{5};  // Usual are some milliseconds.
     std::unique_lock<std::mutex> lock(mutex_);
     if (!changed_.wait_for(lock, kLongestClosing, [this] { return dismissed_; })) {
       OVIMUX_LOG(kError) << "DDS did not close, ending the process without it";
-      std::fflush(stdout);
+      flush_what_can_be_written();
       ::_exit(status);
     }
   }
@@ -84,19 +105,37 @@ void park_second_exit(int /*status*/, void* /*unused*/) {
   park();
 }
 
-void at_exit(int status, void* /*unused*/) {
+bool begin_exit() {
   static std::atomic<bool> begun{false};
   if (begun.exchange(true)) {
-    return;
+    return false;
   }
   g_exiting_thread = std::this_thread::get_id();
   g_exiting.store(true);
+  return true;
+}
+
+void at_exit(int status, void* /*unused*/) {
+  if (!begin_exit()) {
+    return;
+  }
   ::on_exit(park_second_exit, nullptr);  // Is now what a second thread in exit() meets first.
   const ExitDeadline deadline(status);
   AsyncShutdown();
   finish_shutdown_tasks();
   await_exit_callback(kTimeForExitCallback);
   if (!on_dds_thread()) {  // exit() inside a listener call: closing would wait for that very call.
+    Clear();
+  }
+  await_callbacks();
+  StderrQueue::instance().flush(kTimeForLog);
+}
+
+// The handler of a program that was over before anything was started; a thread may be about to. The static objects of
+// the libraries that this one needs are still there: an exit handler registered so early would run behind their
+// destruction.
+[[gnu::destructor]] void at_unloading() {
+  if (begin_exit()) {
     Clear();
   }
 }
@@ -108,8 +147,8 @@ void register_exit_handler() { ::on_exit(at_exit, nullptr); }  // Unlike atexit,
 bool process_is_exiting() { return g_exiting.load(); }
 
 void hold_while_exiting() {
-  constexpr std::chrono::seconds kLongestHold{10};  // For a program that joins its threads at its very end.
-  if (g_exiting.load() && std::this_thread::get_id() != g_exiting_thread) {
+  constexpr std::chrono::milliseconds kLongestHold{400};
+  if (g_exiting.load() && std::this_thread::get_id() != g_exiting_thread && !has_closing_pass()) {
     std::this_thread::sleep_for(kLongestHold);
   }
 }

@@ -3,6 +3,7 @@
 #include <exception>
 #include <utility>
 
+#include "core/exit_handler.hpp"
 #include "core/signal_watcher.hpp"
 #include "dds/dds_thread.hpp"
 #include "ovimux/core/active_wait.hpp"
@@ -77,6 +78,7 @@ void OvimuxInitInternal() {
   }
   state.initialised = true;
   start_shutdown_thread(on_shutdown_event);
+  register_exit_handler();  // A process may end while its first participant is being made.
   state.phase.store(Phase::kRunning);
 }
 

@@ -43,6 +43,8 @@ struct ProcessState {
 
 ProcessState& process_state();
 
+bool has_closing_pass();
+
 // Runs the shutdown tasks, or waits for the thread that does, until their deadline has passed by a little.
 void finish_shutdown_tasks();
 

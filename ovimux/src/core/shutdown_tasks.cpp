@@ -6,6 +6,7 @@
 
 #include "core/exit_handler.hpp"
 #include "core/process_state.hpp"
+#include "ovimux/core/exit_hold.hpp"
 #include "ovimux/log.hpp"
 #include "ovimux/ovimux.hpp"
 
@@ -94,13 +95,18 @@ ClosingPass::~ClosingPass() {
   --g_passes;
 }
 
+bool has_closing_pass() { return t_passes > 0; }
+
 bool sleep_while_running(steady_clock::time_point deadline) {
   auto& state = process_state();
   std::unique_lock<std::mutex> lock(state.mutex);
-  return !state.requested.wait_until(lock, deadline, [&] { return state.shutdown_requested(); });
+  const bool stopped = state.requested.wait_until(lock, deadline, [&] { return state.shutdown_requested(); });
+  lock.unlock();
+  hold_while_exiting();
+  return !stopped;
 }
 
-bool may_send() { return OK() || (t_passes > 0 && process_state().phase.load() == Phase::kClosing); }
+bool may_send() { return OK() || (has_closing_pass() && process_state().phase.load() == Phase::kClosing); }
 
 bool delivers_answers() { return OK() || (g_passes.load() > 0 && process_state().phase.load() == Phase::kClosing); }
 

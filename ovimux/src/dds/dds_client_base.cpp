@@ -156,9 +156,10 @@ bool DDSClientBase::open_endpoints(const std::shared_ptr<DDSClientSubListenerCor
       });
   listener_->set_task();
   writer_ = factory_->CreateWriter(request_topic_, std::move(pub_listener), request_qos_);
-  if (writer_ != nullptr) {
-    // Known before the reader exists, so that no answer can be taken for another client's.
-    listener_->set_writer_guid(from_dds(writer_->guid()));
+  // Known before the reader exists, so that no answer can be taken for another client's.
+  const bool writes =
+      factory_->UseWriter(writer_, [this](DataWriter& writer) { listener_->set_writer_guid(from_dds(writer.guid())); });
+  if (writes) {
     reader_ = factory_->CreateReader(response_topic_, dds_listener_of(listener_), response_qos_, nullptr);
   }
   open_.store(writer_ != nullptr && reader_ != nullptr);

@@ -40,9 +40,7 @@ DDSDataWriterBase::DDSDataWriterBase(const std::string& topic, const Qos& qos)
 
 unsigned DDSDataWriterBase::matched_reader_count() const {
   eprosima::fastdds::dds::PublicationMatchedStatus status;
-  if (writer_ != nullptr) {
-    writer_->get_publication_matched_status(status);
-  }
+  factory_->UseWriter(writer_, [&status](DataWriter& writer) { writer.get_publication_matched_status(status); });
   return static_cast<unsigned>(std::max(0, status.current_count));
 }
 

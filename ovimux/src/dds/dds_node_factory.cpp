@@ -18,6 +18,7 @@
 
 #include "core/exit_handler.hpp"
 #include "dds/dds_identity.hpp"
+#include "dds/dds_statics.hpp"
 #include "dds/dds_thread.hpp"
 #include "dds/endpoint_qos.hpp"
 #include "dds/envelope_type.hpp"
@@ -81,6 +82,8 @@ bool DDSNodeFactory::Entities::open() {
     return !closed;
   }
   factory = DomainParticipantFactory::get_shared_instance();
+  make_dds_statics();
+  register_exit_handler();
   participant = create_participant(*factory);
   if (participant == nullptr) {
     return false;
@@ -273,6 +276,15 @@ void DDSNodeFactory::CloseAll() {
     reader->set_listener(nullptr);
   }
   entities_->close();
+}
+
+bool DDSNodeFactory::UseWriter(DataWriter* writer, const std::function<void(DataWriter&)>& use) {
+  const boost::shared_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
+  if (entities_->writer_map.count(writer) == 0) {
+    return false;
+  }
+  use(*writer);
+  return true;
 }
 
 bool DDSNodeFactory::lock_writer(DataWriter* writer, WriterEntry& entry, std::unique_lock<std::mutex>& lock) {

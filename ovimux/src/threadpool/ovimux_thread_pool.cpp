@@ -10,6 +10,8 @@
 namespace norvik::ovimux {
 namespace {
 
+thread_local const OvimuxThreadPool* t_worked_pool = nullptr;
+
 // An exception of a user callback must not end the process; the worker goes on with the next task.
 void run_guarded(Task& task) {
   try {
@@ -132,12 +134,25 @@ std::shared_ptr<Task> OvimuxThreadPool::next_task() {
   }
   auto task = std::move(tasks_.front());
   tasks_.pop_front();
+  ++busy_;
   return task;
 }
 
+bool OvimuxThreadPool::await_idle(std::chrono::steady_clock::time_point deadline) {
+  constexpr std::chrono::milliseconds kPeriod{2};
+  const unsigned own = t_worked_pool == this ? 1 : 0;
+  while (busy_.load() > own && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(kPeriod);
+  }
+  return busy_.load() <= own;
+}
+
 void OvimuxThreadPool::work() {
-  while (const auto task = next_task()) {
+  t_worked_pool = this;
+  while (auto task = next_task()) {
     run_guarded(*task);
+    task.reset();  // May be the last owner of what the application handed in.
+    --busy_;
   }
 }
 

@@ -1,11 +1,16 @@
 // A program that ends in a way that its arguments choose, as applications do: KEY=VALUE...
-//   way       return, exit, callback_exit, sigterm, stuck (returns while a writer never comes back)
+//   way       return, exit, callback_exit, sigterm, stuck (returns while a writer never comes back),
+//             await_sigint, return_on_sigint (waits for the shutdown, or returns as soon as it is asked for)
 //   ending    none, shutdown, clear
 //   holder    local, static_before, static_after (before or after the middleware's start)
 //   publishes 0, 1: another thread publishes and requests until the end
+//   on_signal sleep, exit, clear: what the exit callback does
+//   stderr    full: nobody reads it
 // Exit code 7.
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -14,6 +19,7 @@
 #include <string>
 #include <thread>
 
+#include "ovimux/core/shutdown_tasks.hpp"
 #include "ovimux/node.hpp"
 #include "ovimux/ovimux.hpp"
 
@@ -24,6 +30,7 @@ namespace {
 constexpr int kExitCode = 7;
 
 std::atomic<bool> g_exit_in_callback{false};
+std::atomic<bool> g_callback_done{false};
 
 // A message that is never done being written, with its writer locked.
 struct EndlessMessage {};
@@ -107,7 +114,46 @@ void talk(std::shared_ptr<ovimux::RawWriter> writer, std::shared_ptr<ovimux::Raw
   }).detach();
 }
 
+// Waits for a shutdown by a real signal. Status 9 when it is told too early that the shutdown has finished.
+void await_sigint() {
+  kill(getpid(), SIGINT);
+  ovimux::WaitForShutdown();
+  if (!g_callback_done) {
+    std::_Exit(9);
+  }
+  ovimux::Clear();
+}
+
+void on_signal(const std::string& reaction) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  if (reaction == "exit") {
+    std::exit(kExitCode);
+  }
+  if (reaction == "clear") {
+    ovimux::Clear();
+  }
+  g_callback_done = true;
+}
+
+void fill_standard_error() {
+  std::array<int, 2> ends{};
+  if (pipe(ends.data()) != 0 || fcntl(ends[1], F_SETFL, O_NONBLOCK) != 0) {
+    std::_Exit(8);
+  }
+  while (write(ends[1], "x", 1) == 1) {
+  }
+  fcntl(ends[1], F_SETFL, 0);
+  dup2(ends[1], STDERR_FILENO);
+}
+
 void leave(const std::string& way, Endpoints& endpoints) {
+  if (way == "await_sigint") {
+    await_sigint();
+  }
+  if (way == "return_on_sigint") {
+    kill(getpid(), SIGINT);
+    ovimux::sleep_while_running(std::chrono::steady_clock::now() + std::chrono::seconds(10));
+  }
   if (way == "exit") {
     std::exit(kExitCode);
   }
@@ -144,7 +190,12 @@ int main(int argc, char** argv) {
   if (options["holder"] == "static_before") {
     endpoints = &static_holder();
   }
+  if (options["stderr"] == "full") {
+    fill_standard_error();
+    ovimux::Logger::getInstance().set_log_level(ovimux::kTrace);
+  }
   ovimux::OvimuxInitInternal();
+  ovimux::OvimuxSetExitCallback([reaction = options["on_signal"]] { on_signal(reaction); }, {});
   if (options["holder"] == "static_after") {
     endpoints = &self_opening_holder();
   } else {

@@ -22,25 +22,28 @@ struct ExitCase {
   bool publishes;
 };
 
+void run_probes(int runs, const std::vector<std::string>& arguments) {
+  for (int started = 0; started < runs; started += kSideBySide) {
+    std::vector<std::unique_ptr<PeerProcess>> probes;
+    for (int i = 0; i < kSideBySide; ++i) {
+      probes.push_back(std::make_unique<PeerProcess>(OVIMUX_EXIT_PROBE, arguments));
+    }
+    for (const auto& probe : probes) {
+      const auto status = probe->wait(kLimit);
+      ASSERT_TRUE(status.has_value()) << "still running";
+      EXPECT_FALSE(WIFSIGNALED(*status)) << "signal " << WTERMSIG(*status);
+      EXPECT_EQ(7, WEXITSTATUS(*status));
+    }
+  }
+}
+
 class Exits : public test::WireTest, public ::testing::WithParamInterface<ExitCase> {
  protected:
   static void run() {
     const auto& c = GetParam();
-    const std::vector<std::string> arguments = {std::string("way=") + c.way, std::string("ending=") + c.ending,
-                                                std::string("holder=") + c.holder,
-                                                std::string("publishes=") + (c.publishes ? "1" : "0"), "ms=100"};
-    for (int started = 0; started < kRuns; started += kSideBySide) {
-      std::vector<std::unique_ptr<PeerProcess>> probes;
-      for (int i = 0; i < kSideBySide; ++i) {
-        probes.push_back(std::make_unique<PeerProcess>(OVIMUX_EXIT_PROBE, arguments));
-      }
-      for (const auto& probe : probes) {
-        const auto status = probe->wait(kLimit);
-        ASSERT_TRUE(status.has_value()) << "still running";
-        EXPECT_FALSE(WIFSIGNALED(*status)) << "signal " << WTERMSIG(*status);
-        EXPECT_EQ(7, WEXITSTATUS(*status));
-      }
-    }
+    run_probes(kRuns,
+               {std::string("way=") + c.way, std::string("ending=") + c.ending, std::string("holder=") + c.holder,
+                std::string("publishes=") + (c.publishes ? "1" : "0"), "ms=100"});
   }
 };
 
@@ -73,16 +76,34 @@ TEST_P(Exits, AreCleanWithADeadPeer) {
   run();
 }
 
-using StuckExit = test::WireTest;
+// Not even a middleware that hangs keeps a process from ending, nor a standard error that nobody reads.
+class HinderedExits : public test::WireTest, public ::testing::WithParamInterface<std::vector<std::string>> {};
 
-// Not even a middleware that hangs keeps a process from ending.
-TEST_F(StuckExit, IsGivenUpAndKeepsItsStatus) {
-  PeerProcess probe(OVIMUX_EXIT_PROBE, {"way=stuck", "ending=none", "holder=static_before", "publishes=0", "ms=100"});
-  const auto status = probe.wait(std::chrono::seconds(15));
-  ASSERT_TRUE(status.has_value()) << "still running";
-  EXPECT_TRUE(WIFEXITED(*status));
-  EXPECT_EQ(7, WEXITSTATUS(*status));
+TEST_P(HinderedExits, KeepTheirStatus) { run_probes(kSideBySide, GetParam()); }
+
+INSTANTIATE_TEST_SUITE_P(
+    , HinderedExits,
+    ::testing::Values(
+        std::vector<std::string>{"way=stuck", "ending=none", "holder=static_before", "ms=100"},
+        std::vector<std::string>{"way=stuck", "ending=none", "holder=static_before", "ms=100", "stderr=full"},
+        std::vector<std::string>{"way=return", "ending=none", "holder=local", "publishes=1", "ms=500", "stderr=full"},
+        std::vector<std::string>{"way=exit", "ending=clear", "holder=local", "publishes=1", "ms=500", "stderr=full"}));
+
+// The exit callback takes its time; the process ends when and as the callback says.
+class SignalledExits : public test::WireTest,
+                       public ::testing::WithParamInterface<std::pair<const char*, const char*>> {};
+
+TEST_P(SignalledExits, LetTheCallbackFinish) {
+  run_probes(30, {std::string("way=") + GetParam().first, "ending=none", "holder=static_after", "publishes=1", "ms=50",
+                  std::string("on_signal=") + GetParam().second});
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , SignalledExits,
+    ::testing::Values(std::make_pair("await_sigint", "sleep"), std::make_pair("await_sigint", "exit"),
+                      std::make_pair("await_sigint", "clear"), std::make_pair("return_on_sigint", "sleep"),
+                      std::make_pair("return_on_sigint", "exit"), std::make_pair("return_on_sigint", "clear")),
+    [](const auto& row) { return std::string(row.param.first) + "_" + row.param.second; });
 
 INSTANTIATE_TEST_SUITE_P(
     Ways, Exits,

@@ -1,4 +1,12 @@
 // Shutdown of the middleware, which is final: every case runs in a process of its own.
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <regex>
 #include <stdexcept>
 
 #include "ovimux/core/shutdown_tasks.hpp"
@@ -201,6 +209,65 @@ TEST_F(Closing, TaskThatIsDestroyedWhileItRunsIsAwaited) {
   gate.open();
   destroyer.join();
   EXPECT_EQ(1, runs_);
+}
+
+// Standard error becomes a pipe that holds one page.
+class UnreadLog : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(0, pipe(ends_.data()));
+    fcntl(ends_[1], F_SETPIPE_SZ, 4096);
+    dup2(ends_[1], STDERR_FILENO);
+  }
+  void TearDown() override { dup2(saved_, STDERR_FILENO); }
+
+  // Appends what comes until `done` likes it; false when nothing comes any more.
+  template <typename Done>
+  bool read_until(Done done) {
+    std::array<char, 4096> buffer{};
+    pollfd readable{ends_[0], POLLIN, 0};
+    while (!done()) {
+      if (poll(&readable, 1, 5000) <= 0) {
+        return false;
+      }
+      text_.append(buffer.data(), static_cast<size_t>(read(ends_[0], buffer.data(), buffer.size())));
+    }
+    return true;
+  }
+
+  // The numbers that stand in the text where `pattern` has its group.
+  std::vector<int> found(const std::string& pattern) const {
+    const std::regex regex(pattern);
+    std::vector<int> numbers;
+    for (std::sregex_iterator at(text_.begin(), text_.end(), regex), end; at != end; ++at) {
+      numbers.push_back(std::stoi((*at)[1]));
+    }
+    return numbers;
+  }
+
+  std::string text_;
+
+  std::array<int, 2> ends_{};
+  const int saved_ = dup(STDERR_FILENO);
+};
+
+TEST_F(UnreadLog, HoldsNobodyUpAndCountsWhatIsLost) {
+  constexpr int kLines = 10000;
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < kLines; ++i) {
+    OVIMUX_LOG(kError) << "line " << i;
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, seconds(2));
+  const auto told_of = [this] {
+    const auto dropped = found(" ([0-9]+) lines dropped\n");
+    const auto written = found(" error test_shutdown.cpp:[0-9]+\\]:line ([0-9]+)\n");
+    EXPECT_TRUE(std::is_sorted(written.begin(), written.end()));
+    return static_cast<int>(written.size()) + std::accumulate(dropped.begin(), dropped.end(), 0);
+  };
+  EXPECT_TRUE(read_until([&] { return text_.find("lines dropped\n") != std::string::npos && told_of() == kLines; }))
+      << told_of();
+  OVIMUX_LOG(kError) << "after";
+  EXPECT_TRUE(read_until([&] { return text_.find("]:after\n") != std::string::npos; }));
 }
 
 }  // namespace

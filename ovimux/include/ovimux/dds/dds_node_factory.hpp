@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -44,6 +45,9 @@ class OVIMUX_EXPORT DDSNodeFactory {
   // because CloseAll() came first, is only cleared. The last argument has no effect.
   void DeleteWriter(DataWriter*& writer, bool wait);
   void DeleteReader(DataReader*& reader, bool wait);
+
+  // Calls `use` with the entity behind the handle, which stays meanwhile; false when it is gone.
+  bool UseWriter(DataWriter* writer, const std::function<void(DataWriter&)>& use);
 
   // Sends `message` in an envelope. T may be const. Samples of one writer leave in the order of the calls.
   template <typename T>

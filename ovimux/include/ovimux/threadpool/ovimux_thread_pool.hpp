@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -49,6 +50,9 @@ class OVIMUX_EXPORT OvimuxThreadPool {
   // are still handled while it closes.
   bool push_arrival(const std::shared_ptr<Task>& task);
 
+  // Waits until no worker runs a task, that of the calling thread left out; false when `deadline` came first.
+  bool await_idle(std::chrono::steady_clock::time_point deadline);
+
   void set_policy(OverflowPolicy policy) { policy_.store(policy); }
   unsigned worker_count() const { return static_cast<unsigned>(workers_.size()); }
 
@@ -65,6 +69,7 @@ class OVIMUX_EXPORT OvimuxThreadPool {
   std::deque<std::shared_ptr<Task>> tasks_;
   std::mutex mutex_;
   std::condition_variable task_added_;
+  std::atomic<unsigned> busy_{0};
   std::atomic<OverflowPolicy> policy_;
   std::atomic<bool> ready_{false};
   std::vector<std::thread> workers_;
