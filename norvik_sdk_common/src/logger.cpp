@@ -15,9 +15,11 @@
 
 #include <spdlog/async.h>
 #include <spdlog/async_logger.h>
-#include <spdlog/sinks/rotating_file_sink.h>
-#include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
+
+#include "log_sinks/console_sink.hpp"
+#include "log_sinks/rotating_file_sink.hpp"
+#include "log_sinks/unblocked_write.hpp"
 
 namespace norvik::sdk {
 namespace {
@@ -33,6 +35,9 @@ constexpr int32_t kDefaultLevel = static_cast<int32_t>(LogLevel::info);
 constexpr int32_t kHighestLevel = static_cast<int32_t>(LogLevel::critical);
 constexpr std::chrono::milliseconds kDrainPollPeriod{3};
 constexpr std::chrono::seconds kDrainTimeout{5};
+// A writer thread that does not finish one record for this long hangs on its disk.
+constexpr std::chrono::milliseconds kStalledWriter{500};
+constexpr std::chrono::milliseconds kEndPollPeriod{1};
 
 // Counts a caller that is in the middle of a record, so that shutdown can wait for it.
 class WriterCount {
@@ -63,6 +68,29 @@ std::string generated_file_name(const std::string& prefix) {
   if (process.empty()) return kFallbackFileName;
   return prefix + process + "_" + Logger::get_current_time() + "_" + std::to_string(::getpid()) + "_" +
          std::to_string(::gettid()) + ".log";
+}
+
+// Ends the writer thread once the queue is written. One that is stuck is left behind with its queue: nobody who closes
+// the log, least of all the end of the process, may wait for a disk.
+void end_writer_thread(std::shared_ptr<spdlog::details::thread_pool> pool) {
+  const auto ended = std::make_shared<std::atomic<bool>>(false);
+  try {
+    std::thread([pool = std::move(pool), ended]() mutable {
+      pool.reset();  // writes what is queued and joins the writer thread
+      *ended = true;
+    }).detach();
+  } catch (const std::exception&) {
+    return;  // no thread to be had: the pool has ended right here
+  }
+  uint64_t handled = RotatingFileSink::records_handled();
+  auto deadline = std::chrono::steady_clock::now() + kStalledWriter;
+  while (!*ended && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(kEndPollPeriod);
+    if (const uint64_t now = RotatingFileSink::records_handled(); now != handled) {
+      handled = now;
+      deadline = std::chrono::steady_clock::now() + kStalledWriter;
+    }
+  }
 }
 
 void write_record(spdlog::async_logger& logger, LogLevel level, const char* file, const char* function, int32_t line,
@@ -213,11 +241,11 @@ std::shared_ptr<spdlog::async_logger> Logger::open_channel(const ChannelPlan& pl
   const auto level = static_cast<spdlog::level::level_enum>(plan.level);
   std::vector<spdlog::sink_ptr> sinks;
   if (config.console_output) {
-    sinks.push_back(std::make_shared<spdlog::sinks::stdout_color_sink_mt>());
+    sinks.push_back(std::make_shared<ConsoleSink>());
     sinks.back()->set_pattern(kConsolePattern);
   }
-  sinks.push_back(std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
-      plan.directory + plan.file_name, config.max_file_size, config.max_files, false));
+  sinks.push_back(std::make_shared<RotatingFileSink>(plan.directory + plan.file_name, config.max_file_size,
+                                                     config.max_files));
   sinks.back()->set_pattern(kFilePattern);
   for (const auto& sink : sinks) sink->set_level(level);
 
@@ -225,6 +253,7 @@ std::shared_ptr<spdlog::async_logger> Logger::open_channel(const ChannelPlan& pl
                                                        spdlog::async_overflow_policy::overrun_oldest);
   logger->set_level(level);
   logger->flush_on(spdlog::level::info);
+  logger->set_error_handler([](const std::string&) {});  // the library's own writes to standard error and may wait
   spdlog::register_logger(logger);
   return logger;
 }
@@ -236,7 +265,7 @@ void Logger::shutdown() {
   if (closing.user_logger != nullptr) closing.user_logger->flush();
   drain_writers();
   spdlog::shutdown();
-  closing.pool.reset();  // writes what is queued and joins the writer thread
+  end_writer_thread(std::move(closing.pool));
 }
 
 // Unlike shutdown, leaves the loggers that the application registered with the logging library alone.
@@ -246,7 +275,7 @@ void Logger::close_at_exit() {
   drain_writers();
   spdlog::drop(kInternalLoggerName);
   spdlog::drop(kUserLoggerName);
-  closing.pool.reset();  // writes what is queued and joins the writer thread
+  end_writer_thread(std::move(closing.pool));
 }
 
 // From here on records are dropped. Of several concurrent callers one gets the channels, the others get nothing. Nor
@@ -270,8 +299,8 @@ void Logger::drain_writers() const {
   const auto deadline = std::chrono::steady_clock::now() + kDrainTimeout;
   while (active_writers_ != 0) {
     if (std::chrono::steady_clock::now() > deadline) {
-      std::printf("Logger shutdown timeout, active writers: %d\n", active_writers_.load());
-      std::fflush(stdout);
+      write_unblocked(STDOUT_FILENO,
+                      "Logger shutdown timeout, active writers: " + std::to_string(active_writers_.load()) + "\n");
       return;
     }
     std::this_thread::sleep_for(kDrainPollPeriod);

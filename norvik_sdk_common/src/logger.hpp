@@ -52,7 +52,7 @@ class Logger {
   void flush();
 
   // Closes both channels for good: drops new records, writes the waiting ones and ends the writer thread. Waits at most
-  // 5 s for callers that are in the middle of a record.
+  // 5 s for callers that are in the middle of a record, and gives a disk up that takes no record for half a second.
   void shutdown();
 
   // Directory and file name that the internal channel settled on; empty before.

@@ -1,6 +1,7 @@
 #include "version_notifier.hpp"
 
 #include <curl/curl.h>
+#include <openssl/crypto.h>
 
 #include <atomic>
 #include <csignal>
@@ -13,6 +14,8 @@
 
 #include <norvik_sdk/version.hpp>
 
+#include "version/exit_gate.hpp"
+
 namespace norvik::sdk {
 namespace {
 
@@ -22,11 +25,13 @@ constexpr char kUserAgent[] = "NorvikSDK/" NORVIK_SDK_VERSION;
 constexpr long kTimeoutSeconds = 3;
 constexpr long kConnectTimeoutSeconds = 2;
 constexpr long kHttpOk = 200;
+constexpr int kExitPollMs = 10;  // how soon a transfer sees that the process ends
 
 std::atomic<bool> g_version_check_spawned{false};
 std::once_flag g_curl_once;
 
-using CurlHandle = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+using EasyHandle = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+using MultiHandle = std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)>;
 
 bool check_is_disabled() {
   const char* value = std::getenv("NORVIK_SDK_SKIP_VERSION_CHECK");
@@ -43,8 +48,8 @@ size_t curl_write_string(char* data, size_t size, size_t count, void* target) {
   }
 }
 
-void set_request(CURL* handle, const std::string& url, std::string& body) {
-  curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+void set_request(CURL* handle, const ReleaseFeed& feed, std::string& body) {
+  curl_easy_setopt(handle, CURLOPT_URL, feed.latest_release_url.c_str());
   curl_easy_setopt(handle, CURLOPT_USERAGENT, kUserAgent);
   curl_easy_setopt(handle, CURLOPT_TIMEOUT, kTimeoutSeconds);
   curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, kConnectTimeoutSeconds);
@@ -52,16 +57,34 @@ void set_request(CURL* handle, const std::string& url, std::string& body) {
   curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &curl_write_string);
   curl_easy_setopt(handle, CURLOPT_WRITEDATA, &body);
+  if (!feed.authorities.empty()) curl_easy_setopt(handle, CURLOPT_CAINFO, feed.authorities.c_str());
+}
+
+// In steps that end by themselves, with a look at the exit gate before each: a transfer waits for its peer for seconds.
+bool perform(CURL* handle) {
+  const MultiHandle multi(curl_multi_init(), &curl_multi_cleanup);
+  if (multi == nullptr || curl_multi_add_handle(multi.get(), handle) != CURLM_OK) return false;
+  int running = 1;
+  while (running > 0) {
+    exit_gate::stop_here_at_exit();
+    if (curl_multi_perform(multi.get(), &running) != CURLM_OK) break;
+    if (running > 0) curl_multi_poll(multi.get(), nullptr, 0, kExitPollMs, nullptr);
+  }
+  int left = 0;
+  const CURLMsg* const message = curl_multi_info_read(multi.get(), &left);
+  const bool good = message != nullptr && message->msg == CURLMSG_DONE && message->data.result == CURLE_OK;
+  curl_multi_remove_handle(multi.get(), handle);
+  return good;
 }
 
 // The body of a 200 answer.
-std::optional<std::string> fetch(const std::string& url) {
+std::optional<std::string> fetch(const ReleaseFeed& feed) {
   std::call_once(g_curl_once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-  const CurlHandle handle(curl_easy_init(), &curl_easy_cleanup);
+  const EasyHandle handle(curl_easy_init(), &curl_easy_cleanup);
   if (handle == nullptr) return std::nullopt;
   std::string body;
-  set_request(handle.get(), url, body);
-  if (curl_easy_perform(handle.get()) != CURLE_OK) return std::nullopt;
+  set_request(handle.get(), feed, body);
+  if (!perform(handle.get())) return std::nullopt;
   long status = 0;
   curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
   if (status != kHttpOk) return std::nullopt;
@@ -76,13 +99,15 @@ void block_all_signals() {
   pthread_sigmask(SIG_BLOCK, &all, nullptr);
 }
 
-void run_detached() noexcept {
+void run_detached(const ReleaseFeed& feed) noexcept {
+  exit_gate::adopt();
   try {
     block_all_signals();
-    version_check_worker({kLatestReleaseUrl, kReleasePage}, stderr);
+    version_check_worker(feed, stderr);
   } catch (...) {
     // Out of memory: no notice.
   }
+  exit_gate::leave();
 }
 
 }  // namespace
@@ -90,10 +115,18 @@ void run_detached() noexcept {
 void notify_new_sdk_version_if_any_async() {
   bool expected = false;
   if (!g_version_check_spawned.compare_exchange_strong(expected, true)) return;
+  start_version_check({kLatestReleaseUrl, kReleasePage, ""});
+}
+
+void start_version_check(const ReleaseFeed& feed) {
+  // Unless somebody in the process has set OpenSSL up before, it then never takes itself down.
+  OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+  if (!exit_gate::enter()) return;
   try {
-    std::thread(run_detached).detach();
+    std::thread(run_detached, feed).detach();
   } catch (...) {
-    // No thread to be had: no notice.
+    exit_gate::adopt();  // No thread to be had: no notice.
+    exit_gate::leave();
   }
 }
 
@@ -101,7 +134,9 @@ void version_check_worker(const ReleaseFeed& feed, std::FILE* out) {
   if (check_is_disabled()) return;
   const auto current = parse_version(NORVIK_SDK_VERSION);
   if (!current) return;
-  const auto body = fetch(feed.latest_release_url);
+  const auto body = fetch(feed);
+  OPENSSL_thread_stop();  // else at the end of the thread, outside the gate
+  exit_gate::leave();     // writing may wait for a terminal
   if (!body) return;
   const auto notice = upgrade_notice(*body, *current, feed.release_page);
   if (!notice) return;

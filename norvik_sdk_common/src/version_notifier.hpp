@@ -16,11 +16,16 @@ struct SdkVersion {
 struct ReleaseFeed {
   std::string latest_release_url;  // answers with a JSON record that has a "tag_name"
   std::string release_page;        // what the user is told to visit
+  std::string authorities;         // file of trusted certificates in PEM; empty for those of the system
 };
 
 // Starts, once per process, a detached thread that looks for a newer release and tells about it on standard error.
 // Never fails, never waits.
 void notify_new_sdk_version_if_any_async();
+
+// The same with a feed of choice, and as often as it is called. A process that ends meanwhile waits at most half a second
+// for the thread to step aside; what the thread was at stays undone.
+void start_version_check(const ReleaseFeed& feed);
 
 // The thread's work: asks `feed` and writes at most one line to `out`. NORVIK_SDK_SKIP_VERSION_CHECK=1 skips it. Every
 // failure is silent. Takes at most 3 s.

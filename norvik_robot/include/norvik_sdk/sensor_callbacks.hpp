@@ -15,12 +15,13 @@ namespace norvik::sdk {
 //       SensorType::HEAD_LEFT_CAMERA, [](std::shared_ptr<RgbData> image) { ... });
 //
 // A callback runs on a worker thread of the middleware, after the sample can be polled, in the order of registration
-// and one sample at a time per sensor, with its family's table locked for reading: it must not register a callback of
-// the same family. It may call NorvikRobot. Keep it short, let nothing escape from it, and do not change the record,
-// which is shared. There is no removal.
+// and one sample at a time per sensor, without a lock of the library. It may call NorvikRobot, wait for the robot's
+// answer and register further callbacks; meanwhile samples of its own sensor queue up, and all other sensors go on as
+// long as one worker stays free. Let nothing escape from it, and do not change the record, which is shared. There is no
+// removal.
 //
 // Results: SUCCESS; INVALID_INPUT when the sensor is of another kind, INIT_FAILED when it was not given to `init`. Any
-// thread may call. Registration does not block, except while callbacks of the same family run.
+// thread may call, callbacks included. Registration does not block; it counts from the sensor's next sample on.
 class NORVIK_SDK_EXPORT SensorCallbacks {
  public:
   virtual ~SensorCallbacks() = default;

@@ -83,14 +83,39 @@ std::string AudioBase::start_microphone_stream_input(std::function<void(std::sha
 }
 
 void AudioBase::stop_microphone_stream_input(const std::string& stream_id) {
-  ExclusiveLock lock(streams_mutex_);
+  const auto stopped = take_streams(stream_id);
   if (stream_id.empty()) {
-    streams_.clear();
     SDK_LOG(info) << "stopped all microphone streams";
   } else {
-    streams_.erase(stream_id);
     SDK_LOG(info) << "stopped microphone stream with ID: " << stream_id;
   }
+  for (const auto& stream : stopped) {
+    stream->gate.close();
+  }
+}
+
+AudioBase::Streams AudioBase::take_streams(const std::string& stream_id) {
+  Streams taken;
+  ExclusiveLock lock(streams_mutex_);
+  for (auto stream = streams_.begin(); stream != streams_.end();) {
+    if (stream_id.empty() || stream->first == stream_id) {
+      taken.push_back(std::move(stream->second));
+      stream = streams_.erase(stream);
+    } else {
+      ++stream;
+    }
+  }
+  return taken;
+}
+
+AudioBase::Streams AudioBase::open_streams() const {
+  Streams streams;
+  SharedLock lock(streams_mutex_);
+  streams.reserve(streams_.size());
+  for (const auto& [stream_id, stream] : streams_) {
+    streams.push_back(stream);
+  }
+  return streams;
 }
 
 std::shared_ptr<AudioData> AudioBase::get_audio_data(const std::string& stream_id) const {
@@ -133,8 +158,11 @@ void AudioBase::take_volume_answer(const Audio& message) {
 }
 
 void AudioBase::deliver(const std::shared_ptr<AudioData>& data) {
-  SharedLock lock(streams_mutex_);
-  for (const auto& [stream_id, stream] : streams_) {
+  for (const auto& stream : open_streams()) {
+    const ovimux::CallbackGate::Pass pass(stream->gate);
+    if (!pass) {
+      continue;  // Stopped meanwhile.
+    }
     stream->latest.set_data(data);
     try {
       stream->callback(data);

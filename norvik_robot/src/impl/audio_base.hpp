@@ -8,6 +8,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 #include <norvik_sdk/norvik_robot.hpp>
 
@@ -16,6 +17,7 @@
 #include "ovimux/base/reader_base.hpp"
 #include "ovimux/base/writer_base.hpp"
 #include "ovimux/core/shared_mutex.hpp"
+#include "ovimux/dds/callback_gate.hpp"
 
 namespace norvik::ovimux {
 class Node;
@@ -30,6 +32,7 @@ struct AudioStreamHandle {
   bool use_raw_audio = false;  // As the user asked for; has no effect.
   std::string stream_id;
   DataBuffer<AudioData> latest;
+  ovimux::CallbackGate gate;  // Closed when the stream is stopped; the callback runs inside.
 };
 
 // Microphone and speaker: one topic in and one topic out.
@@ -52,7 +55,7 @@ class AudioBase : public virtual NorvikRobot {
  protected:
   using AudioWriter = ovimux::SerializationWriter<sensor_proto::Audio>;
 
-  // Runs on workers of the middleware; calls the users' callbacks with the stream table locked for reading.
+  // Runs on workers of the middleware; calls the users' callbacks without a lock.
   void audio_subscription_callback(const std::shared_ptr<sensor_proto::Audio>& message);
 
   // The latest chunk of a microphone stream; empty when there is none.
@@ -62,6 +65,9 @@ class AudioBase : public virtual NorvikRobot {
 
  private:
   bool open_channels();
+  using Streams = std::vector<std::shared_ptr<AudioStreamHandle>>;
+  Streams take_streams(const std::string& stream_id);
+  Streams open_streams() const;
   void take_volume_answer(const sensor_proto::Audio& message);
   void deliver(const std::shared_ptr<AudioData>& data);
   bool publish(const std::string& stream_id, const char* type, const std::string& data);
@@ -71,7 +77,7 @@ class AudioBase : public virtual NorvikRobot {
   std::unique_ptr<ovimux::Node> node_;
   std::shared_ptr<ovimux::SerializationReader<sensor_proto::Audio>> audio_reader_;
 
-  mutable ovimux::SharedMutex streams_mutex_;  // Guards streams_; held shared while callbacks run.
+  mutable ovimux::SharedMutex streams_mutex_;  // Guards streams_; never held while callbacks run.
   std::unordered_map<std::string, std::shared_ptr<AudioStreamHandle>> streams_;
 
   ovimux::SharedMutex speaker_mutex_;  // Guards open_speaker_streams_; held while a stream's begin or end goes out.

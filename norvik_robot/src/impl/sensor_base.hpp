@@ -68,7 +68,7 @@ class SensorBase : public virtual NorvikRobot, public SensorCallbacks {
   void update_joint_sync_history(const std::shared_ptr<JointStateMessage>& state);
 
   // Run on workers of the middleware, several at once for different topics. A bad message is logged and leaves the last
-  // good sample. The users' callbacks run here, with their table locked for reading.
+  // good sample. The users' callbacks run here, without a lock.
   using ImageMessage = std::shared_ptr<ImageSample>;
   void image_callback(const CameraChannel& camera, const ImageMessage& message);
   void camera_info_callback(const CameraChannel& camera, const std::shared_ptr<sensor_proto::CameraInfo>& message);

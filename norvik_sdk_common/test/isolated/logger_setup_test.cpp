@@ -134,7 +134,7 @@ TEST(LoggerFiles, RotateAtTheGivenSizeAndKeepTheGivenNumber) {
   for (int i = 0; i < 100; ++i) NORVIK_SDK_LOG(info) << std::string(90, 'x');
   Logger::get_instance().shutdown();
   for (const auto& [name, expected] :
-       {std::pair{"log.txt", true}, {"log.1.txt", true}, {"log.2.txt", true}, {"log.3.txt", false}}) {
+       {std::pair{"log.txt", true}, {"log.txt.1", true}, {"log.txt.2", true}, {"log.txt.3", false}}) {
     EXPECT_EQ(fs::exists(directory / name), expected) << name;
     if (!expected) continue;
     EXPECT_LE(fs::file_size(directory / name), 1000U) << name;

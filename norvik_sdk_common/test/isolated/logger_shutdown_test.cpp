@@ -1,3 +1,5 @@
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -5,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -147,6 +150,86 @@ TEST(ProcessExit, OfAForkedChildDoesNotHang) {
   if (ended == 0) ::kill(child, SIGKILL);
   ASSERT_EQ(ended, child) << "the child hangs at exit";
   EXPECT_EQ(WEXITSTATUS(status), 3);
+}
+
+// ---- Consoles and disks that take nothing ----
+
+// The write end of a pipe that is full and that nobody reads.
+int full_pipe() {
+  int ends[2];
+  if (::pipe(ends) != 0) std::abort();
+  ::fcntl(ends[1], F_SETFL, O_NONBLOCK);
+  const std::string block(4096, 'x');
+  while (::write(ends[1], block.data(), block.size()) > 0) {
+  }
+  ::fcntl(ends[1], F_SETFL, 0);
+  return ends[1];
+}
+
+// Opens both channels, the application's with console output, writes 1000 records to each, and ends.
+void log_and_exit(const TempDir& directory) {
+  Logger& logger = Logger::get_instance();
+  logger.init_internal_logger(config_in(directory));
+  LoggerConfig user = config_in(directory);
+  user.log_file_name = "user.txt";
+  user.console_output = true;
+  logger.init_user_logger(user);
+  for (int i = 0; i < 1000; ++i) {
+    SDK_LOG(info) << "record " << i;
+    NORVIK_SDK_LOG(info) << "record " << i;
+  }
+  std::exit(3);
+}
+
+void log_to_full_pipes(const TempDir& directory) {
+  const int pipe = full_pipe();
+  ::dup2(pipe, STDOUT_FILENO);
+  ::dup2(pipe, STDERR_FILENO);
+  log_and_exit(directory);
+}
+
+TEST(LogWithoutAReader, OnTheConsoleCostsNeitherTheFilesNorTheEndOfTheProcess) {
+  const TempDir directory;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EXIT(log_to_full_pipes(directory), ExitedWithCode(3), "");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  EXPECT_EQ(read_log_file(directory / "log.txt").size(), 1000U);
+  EXPECT_EQ(read_log_file(directory / "user.txt").size(), 1000U);
+}
+
+// The log file is a full pipe that blocks its writer, as a disk does that has gone away.
+void log_to_a_stuck_disk(const TempDir& directory) {
+  const std::string path = directory / "log.txt";
+  ::mkfifo(path.c_str(), 0600);
+  const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
+  Logger::get_instance().init_internal_logger(config_in(directory));
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    std::error_code gone;
+    const int descriptor = std::stoi(entry.path().filename());
+    if (descriptor != reader && std::filesystem::read_symlink(entry.path(), gone) == path) {
+      ::fcntl(descriptor, F_SETFL, O_APPEND);
+    }
+  }
+  log_and_exit(directory);
+}
+
+TEST(LogWithoutAReader, OnAStuckDiskDoesNotKeepTheProcess) {
+  const TempDir directory;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EXIT(log_to_a_stuck_disk(directory), ExitedWithCode(3), "");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+}
+
+void log_to_a_full_disk(const TempDir& directory) {
+  std::filesystem::create_symlink("/dev/full", directory / "log.txt");
+  log_and_exit(directory);
+}
+
+TEST(LogWithoutAReader, OnAFullDiskIsToldOnceAndCostsTheOtherChannelNothing) {
+  const TempDir directory;
+  EXPECT_EXIT(log_to_a_full_disk(directory), ExitedWithCode(3),
+              "^norvik_sdk: log records are lost, [^\n]*log.txt: No space left on device\n$");
+  EXPECT_EQ(read_log_file(directory / "user.txt").size(), 1000U);
 }
 
 }  // namespace

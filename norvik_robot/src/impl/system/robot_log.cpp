@@ -1,11 +1,13 @@
 #include "impl/system/robot_log.hpp"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 
 #include <norvik_sdk/sdk_logger.hpp>
 
+#include "log_sinks/unblocked_write.hpp"
 #include "logger.hpp"
 
 namespace norvik::sdk {
@@ -32,7 +34,7 @@ void open_robot_log(const std::string& model) {
   try {
     Logger::get_instance().init_internal_logger(config);
   } catch (const std::exception& error) {
-    std::cerr << "norvik_sdk: no log in " << config.log_dir << ": " << error.what() << std::endl;
+    write_unblocked(STDERR_FILENO, "norvik_sdk: no log in " + config.log_dir + ": " + error.what() + "\n");
   }
 }
 
