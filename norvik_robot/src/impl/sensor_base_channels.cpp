@@ -16,6 +16,14 @@ Qos stream_qos() {
   return qos;
 }
 
+// An IMU sends a hundred small samples a second and more: the few that are kept of pictures would be 80 ms of them.
+Qos imu_qos(const ImuChannel& imu) {
+  constexpr int32_t kDepth = 300;
+  Qos qos = imu.is_stream ? stream_qos() : Qos();
+  qos.opaque_26 = kDepth;
+  return qos;
+}
+
 // Parameters of the arm cameras: a late joiner gets the last value.
 Qos params_qos() {
   Qos qos;
@@ -122,7 +130,7 @@ bool SensorBase::open_imu_readers() {
         [this, sensor = imu.sensor](const std::shared_ptr<ImuSensor>& message, const void*) {
           imu_callback(message, sensor);
         },
-        imu.is_stream ? stream_qos() : Qos()));
+        imu_qos(imu)));
     if (!SDK_LOG_CREATED(readers_.back(), std::string("create imu_reader ") + imu.topic + " success.",
                          std::string("create imu_reader ") + imu.topic + " fail.")) {
       return false;

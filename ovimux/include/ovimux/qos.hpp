@@ -33,7 +33,7 @@ struct Qos {
   int32_t opaque_23 = 1024;
   int32_t opaque_24 = 0;
   int32_t opaque_25 = 100;
-  int32_t opaque_26 = 0;
+  int32_t opaque_26 = 0;  // Above 0: samples kept, for fast streams of small messages. Else the envelope decides.
 };
 
 // Quality of a request/response client. DDSTools derives from it the Qos of the request and of the response topic.

@@ -5,6 +5,8 @@
 #include <fastdds/dds/topic/Topic.hpp>
 #include <fastdds/dds/topic/TopicDataType.hpp>
 
+#include <array>
+#include <atomic>
 #include <iostream>
 #include <map>
 #include <mutex>
@@ -139,6 +141,9 @@ class Peer {
     if (command == "relay") {
       return relay(name, words);
     }
+    if (command == "count") {
+      return count(name, words);
+    }
     if (command == "forge") {
       return forge(name, words);
     }
@@ -182,6 +187,22 @@ class Peer {
     return "ok";
   }
 
+  // count TOPIC PAYLOAD_KIND: how many probes and how many other messages have come since the first call for the topic.
+  std::string count(const std::string& topic, std::istream& words) {
+    auto& counters = counters_[topic];
+    if (!counters) {
+      counters = std::make_shared<std::array<std::atomic<int>, 2>>();
+      Qos qos;
+      words >> qos.payload_kind;
+      const auto add = [counters = counters](const void* data, int size, const void*) {
+        const bool probe = std::string(static_cast<const char*>(data), static_cast<size_t>(size)) == "probe";
+        ++counters->at(probe ? 0 : 1);
+      };
+      readers_.push_back(node_->CreateReader(topic, add, qos, nullptr, true));
+    }
+    return std::to_string(counters->at(0)) + " " + std::to_string(counters->at(1));
+  }
+
   // forge TOPIC HEX: sends the bytes as they are, behind the middleware's back.
   std::string forge(const std::string& topic, std::istream& words) {
     std::string hex;
@@ -214,6 +235,7 @@ class Peer {
 
   std::unique_ptr<Node> node_ = CreateNode("wire_peer", "");
   std::map<std::string, std::shared_ptr<RawWriter>> writers_;
+  std::map<std::string, std::shared_ptr<std::array<std::atomic<int>, 2>>> counters_;
   std::vector<std::shared_ptr<RawReader>> readers_;
   std::map<std::string, std::unique_ptr<ForgedWriter>> forged_;
   std::map<std::string, std::unique_ptr<EchoService>> services_;

@@ -82,18 +82,21 @@ TEST(ParticipantSettings, AvoidThePortsOfTheDead) {
   EXPECT_LT(choose_participant_id(3, exists), 56) << "a default when every port has been used";
 }
 
-TEST(DDSTools, DerivesThePolicyFromFourMembers) {
+TEST(DDSTools, DerivesThePolicyFromFewMembers) {
   const struct {
-    int payload_kind, opaque_3, opaque_6;
+    int payload_kind, opaque_3, opaque_6, opaque_26;
     bool large, latched;
     int depth;
-  } cases[] = {{0, 0, 0, false, false, 100}, {6, 0, 0, true, false, 8}, {5, 0, 0, false, false, 100},
-               {0, 1, 0, false, true, 1},    {0, 5, 0, false, true, 1}, {6, 0, 1, true, true, 1}};
+  } cases[] = {{0, 0, 0, 0, false, false, 100},     {6, 0, 0, 0, true, false, 8},  {5, 0, 0, 0, false, false, 100},
+               {0, 1, 0, 0, false, true, 1},        {0, 5, 0, 0, false, true, 1},  {6, 0, 1, 0, true, true, 1},
+               {6, 0, 0, 300, true, false, 300},    {0, 0, 0, 1, false, false, 1}, {6, 0, 0, -1, true, false, 8},
+               {6, 0, 0, 99999, true, false, 1000}, {0, 1, 0, 300, false, true, 1}};
   for (const auto& c : cases) {
     Qos qos;
     qos.payload_kind = c.payload_kind;
     qos.opaque_3 = c.opaque_3;
     qos.opaque_6 = c.opaque_6;
+    qos.opaque_26 = c.opaque_26;
     const auto policy = DDSTools::PolicyOf(qos);
     EXPECT_EQ(std::tie(c.large, c.latched, c.depth), std::tie(policy.large, policy.latched, policy.depth));
   }

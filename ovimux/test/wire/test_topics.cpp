@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <sstream>
 
 #include "dds/envelope_codec.hpp"
 #include "ovimux/core/global_data.hpp"
@@ -186,6 +187,37 @@ TEST_F(Topics, TopologyShowsAPeerUntilItIsKilled) {
   EXPECT_TRUE(eventually([&] { return topics_announced_by(getpid()).empty(); })) << "a destroyed endpoint stays listed";
   peer_.kill(SIGKILL);
   EXPECT_TRUE(eventually([&] { return topics_announced_by(peer_.pid()).empty(); }));
+}
+
+// While the reader's process stands still, large messages use up what the transport can hold: everything of the fast
+// stream that is sent then has to wait in the writer's history.
+TEST_F(Topics, AFastStreamOfSmallMessagesOutlastsAReaderThatStandsStill) {
+  constexpr int kMessages = 250;
+  Qos fast = test::large_qos();
+  fast.opaque_26 = 300;
+  const auto stream = write("fast/stream", fast);
+  const auto bulk = write("fast/bulk", test::large_qos());
+  const auto counted = [this](const std::string& topic) {
+    std::istringstream answer(peer_.ask("count " + topic + " 6"));
+    std::pair<int, int> probes_and_messages;
+    answer >> probes_and_messages.first >> probes_and_messages.second;
+    return probes_and_messages;
+  };
+  ASSERT_TRUE(eventually([&] {
+    bulk->Publish(std::string("probe"));
+    stream->Publish(std::string("probe"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return counted("fast/stream").first > 0 && counted("fast/bulk").first > 0;
+  }));
+  peer_.kill(SIGSTOP);
+  for (int i = 0; i < 12; ++i) {
+    bulk->Publish(std::string(4'000'000, 'x'));
+  }
+  for (int i = 0; i < kMessages; ++i) {
+    stream->Publish(std::string(200, 'x'));
+  }
+  peer_.kill(SIGCONT);
+  EXPECT_TRUE(eventually([&] { return counted("fast/stream").second == kMessages; })) << counted("fast/stream").second;
 }
 
 long resident_bytes() {

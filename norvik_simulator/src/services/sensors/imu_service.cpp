@@ -12,6 +12,7 @@ namespace {
 using sensor_proto::ImuSensor;
 
 constexpr double kHertz = 100.0;
+constexpr int32_t kKeptSamples = 300;
 
 std::shared_ptr<ImuSensor> make_imu(const Tick& tick, const char* frame, uint32_t seq) {
   auto imu = std::make_shared<ImuSensor>();
@@ -25,7 +26,9 @@ class ImuService : public Service {
  public:
   explicit ImuService(Environment& environment) {
     for (const SensorRow& row : rows_of(imu_table(), environment.world.robot())) {
-      imus_.emplace_back(row.frame, std::make_unique<Publisher<ImuSensor>>(environment, row.topic, row.qos()));
+      ovimux::Qos qos = row.qos();
+      qos.opaque_26 = kKeptSamples;
+      imus_.emplace_back(row.frame, std::make_unique<Publisher<ImuSensor>>(environment, row.topic, qos));
     }
   }
 
