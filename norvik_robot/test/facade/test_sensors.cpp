@@ -1,3 +1,7 @@
+#include <atomic>
+#include <future>
+#include <thread>
+
 #include "facade_fixture.hpp"
 #include "impl/norvik_robot_k2.hpp"
 #include "impl/norvik_robot_r5.hpp"
@@ -184,6 +188,41 @@ TEST_F(Sensors, CallbacksAreAcceptedByFamilyAndRunInOrder) {
   image(S::LEFT_REAR_SURROUND_CAMERA, 1);  // Surround cameras are polled only.
   EXPECT_EQ(calls, (std::vector<int>{1, 2}));
   EXPECT_NE(robot_.get_rgb_data(S::LEFT_REAR_SURROUND_CAMERA), nullptr);
+}
+
+// A callback may wait for whatever it likes: neither registrations nor the other streams of its family wait for it.
+TEST_F(Sensors, CallbacksThatWaitHoldUpNobody) {
+  ASSERT_TRUE(open({S::HEAD_LEFT_CAMERA, S::HEAD_RIGHT_CAMERA}));
+  std::promise<void> answer;
+  std::atomic<bool> waits{false};
+  std::atomic<int> others{0};
+  robot_.add_rgb_data_callback(S::HEAD_LEFT_CAMERA, [&, answered = answer.get_future().share()](auto) {
+    waits = true;
+    robot_.add_rgb_data_callback(S::HEAD_LEFT_CAMERA, [&](auto) { ++others; });  // From the next image on.
+    answered.wait();
+  });
+  std::thread left([&] { image(S::HEAD_LEFT_CAMERA, 1); });
+  ASSERT_TRUE(eventually([&] { return waits.load(); }));
+  std::atomic<int> registered{0};
+  std::vector<std::thread> registrations;
+  for (int i = 0; i < 20; ++i) {
+    registrations.emplace_back([&] {
+      robot_.add_rgb_data_callback(S::HEAD_RIGHT_CAMERA, [&](auto) { ++others; });
+      ++registered;
+    });
+  }
+  EXPECT_TRUE(eventually([&] { return registered == 20; }));
+  std::thread right([&] { image(S::HEAD_RIGHT_CAMERA, 1); });
+  EXPECT_TRUE(eventually([&] { return others == 20; }));
+  answer.set_value();
+  left.join();
+  right.join();
+  for (auto& registration : registrations) {
+    registration.join();
+  }
+  EXPECT_EQ(others, 20);
+  image(S::HEAD_LEFT_CAMERA, 2);
+  EXPECT_EQ(others, 21);
 }
 
 TEST_F(Sensors, RawImagesTakeTheirSizeFromTheCamera) {

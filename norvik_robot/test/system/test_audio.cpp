@@ -203,6 +203,54 @@ TEST(Microphone, DeliversOneRecordToEveryStreamDespiteAThrowingCallback) {
   EXPECT_TRUE(log.has("info", "stopped microphone stream with ID: " + first));
 }
 
+TEST(Microphone, CallbacksStopAndStartStreamsThemselves) {
+  AudioRobot robot;
+  int first = 0;
+  int second = 0;
+  std::string id;
+  id = robot.start_microphone_stream_input(
+      [&](auto) {
+        ++first;
+        robot.start_microphone_stream_input([&](auto) { ++second; }, 1, false);
+        robot.stop_microphone_stream_input(id);
+      },
+      1, false);
+  robot.receive("mic_chunk", "x");
+  robot.receive("mic_chunk", "x");
+  EXPECT_EQ(first, 1);
+  EXPECT_EQ(second, 1);
+}
+
+TEST(Microphone, StoppingWaitsForTheRunningCallback) {
+  AudioRobot robot;
+  std::atomic<bool> inside{false};
+  std::atomic<bool> leave{false};
+  std::atomic<bool> stopped{false};
+  const auto id = robot.start_microphone_stream_input(
+      [&](auto) {
+        inside = true;
+        while (!leave) {
+          std::this_thread::yield();
+        }
+        EXPECT_FALSE(stopped);
+        inside = false;
+      },
+      1, false);
+  std::thread chunk([&] { robot.receive("mic_chunk", "x"); });
+  while (!inside) {
+    std::this_thread::yield();
+  }
+  std::thread stop([&] {
+    robot.stop_microphone_stream_input(id);
+    EXPECT_FALSE(inside);
+    stopped = true;
+  });
+  robot.stop_microphone_stream_input("unknown");
+  leave = true;
+  stop.join();
+  chunk.join();
+}
+
 TEST(Microphone, RefusesAnEmptyCallbackAndAnEmptyMessage) {
   test::SdkLogCapture log;
   AudioRobot robot;
