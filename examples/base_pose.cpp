@@ -43,15 +43,18 @@ bool move_base(NorvikRobot& robot) {
   print("Start", start);
 
   const PlanarPose goal = {start.x + 0.5, start.y + 0.2, start.yaw + 0.4};
-  const ControlStatus there = robot.set_base_pose(goal.x, goal.y, goal.yaw, "odom", "odom", kMoveTime);
-  if (!examples::report(robot, "To a pose in \"odom\"", there) || !arrives_at(robot, goal)) {
+  const bool there = examples::report("To a pose in \"odom\"", [&] {
+    return robot.set_base_pose(goal.x, goal.y, goal.yaw, "odom", "odom", kMoveTime);
+  });
+  if (!there || !arrives_at(robot, goal)) {
     return false;
   }
 
   const double back = -0.3;  // metres, along the direction in which the base now looks
-  const ControlStatus moved = robot.set_base_pose(back, 0.0, 0.0, "rel(0)", "odom", kMoveTime);
+  const bool moved = examples::report("Backwards, relative",
+                                      [&] { return robot.set_base_pose(back, 0.0, 0.0, "rel(0)", "odom", kMoveTime); });
   const PlanarPose end = {goal.x + back * std::cos(goal.yaw), goal.y + back * std::sin(goal.yaw), goal.yaw};
-  return examples::report(robot, "Backwards, relative", moved) && arrives_at(robot, end);
+  return moved && arrives_at(robot, end);
 }
 
 }  // namespace

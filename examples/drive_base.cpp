@@ -21,9 +21,11 @@ bool drive(NorvikRobot& robot) {
 
   const auto start = std::chrono::steady_clock::now();
   // The base keeps this velocity until it is told something else.
-  const bool driven = examples::report(robot, "Drive", robot.set_base_velocity({kSpeed, 0.0, 0.0}, {0.0, 0.0, 0.0}));
+  const bool driven = examples::report("Drive", [&] {
+    return robot.set_base_velocity({kSpeed, 0.0, 0.0}, {0.0, 0.0, 0.0});
+  });
   examples::sleep_s(kDuration);
-  const bool stopped = examples::report(robot, "Stop", robot.stop_base());
+  const bool stopped = examples::report("Stop", [&] { return robot.stop_base(); });
   const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
 
   const bool stands = examples::wait_until([&] { return std::abs(robot.get_odom()->linear_velocity[0]) < 0.001; }, 3.0);

@@ -6,7 +6,7 @@ using namespace norvik::sdk;
 
 namespace {
 
-const std::string kHand = "left_dexhand";
+const std::string kHand = groups::kLeftDexhand;
 constexpr double kTolerance = 10.0;  // in the unit of the hand, whose joints go from 0 to 1000
 
 std::vector<double> positions_of(const DexhandState& state) {
@@ -34,7 +34,7 @@ bool make_gesture(NorvikRobot& robot, const std::string& name, const std::vector
     command.effort = 300.0;
     commands.push_back(command);
   }
-  if (!examples::report(robot, name, robot.set_dexhand_command(kHand, commands, DexHandType::INSPIRE))) {
+  if (!examples::report(name, [&] { return robot.set_dexhand_command(kHand, commands, DexHandType::INSPIRE); })) {
     return false;
   }
 

@@ -8,7 +8,7 @@ using namespace norvik::sdk;
 
 namespace {
 
-const std::vector<std::string> kArms = {"left_arm", "right_arm"};
+const std::vector<std::string> kArms = {groups::kLeftArm, groups::kRightArm};
 constexpr double kTolerance = 0.02;  // radians
 
 // Seven joints of the left arm, radians; the right arm mirrors them.
@@ -31,7 +31,7 @@ bool follow_trajectory(NorvikRobot& robot) {
   trajectory.joint_groups = kArms;
   trajectory.points = {point_at(1.0, both_arms(0.3, 0.3, -0.3)), point_at(2.0, both_arms(-0.2, 0.5, -0.9)),
                        point_at(3.0, last)};
-  if (!examples::report(robot, "Trajectory sent", robot.execute_joint_trajectory(trajectory, false))) {
+  if (!examples::report("Trajectory sent", [&] { return robot.execute_joint_trajectory(trajectory, false); })) {
     return false;
   }
 

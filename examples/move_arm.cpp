@@ -13,7 +13,7 @@ using namespace norvik::sdk;
 
 namespace {
 
-const std::vector<std::string> kLeftArm = {"left_arm"};
+const std::vector<std::string> kLeftArm = {groups::kLeftArm};
 const std::vector<double> kTarget = {0.3, 0.4, 0.0, -0.8, 0.0, 0.3, 0.0};  // radians
 constexpr double kTolerance = 0.02;                                        // radians
 constexpr double kPatience = 45.0;                                         // seconds
@@ -34,9 +34,10 @@ bool wait_for_refusal(NorvikRobot& robot) {
   ControlStatus last = ControlStatus::SUCCESS;
   const auto is_over = [&] {
     examples::sleep_s(0.2);
+    CallLog log;  // Collects what the library says about the call.
     const ControlStatus status = robot.set_joint_positions(kTarget, kLeftArm, {}, true, 0.5, 5.0);
     if (status != last) {
-      examples::report(robot, "Command", status);
+      examples::print_outcome("Command", status, log);
     }
     last = status;
     return status == ControlStatus::FAULT || !robot.is_running();
@@ -62,8 +63,7 @@ int main(int argc, char** argv) {
 
   print_joints(robot, "Left arm before:");
   // Waits until the arm is there: the farthest joint moves at 0.5 rad/s, and after 15 s the call gives up.
-  const ControlStatus status = robot.set_joint_positions(kTarget, kLeftArm, {}, true, 0.5, 15.0);
-  examples::report(robot, "Move", status);
+  examples::report("Move", [&] { return robot.set_joint_positions(kTarget, kLeftArm, {}, true, 0.5, 15.0); });
   print_joints(robot, "Left arm after:");
 
   // A moment for the joint states: they come by a channel of their own, and the newest may be from just before the end.

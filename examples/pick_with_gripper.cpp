@@ -8,7 +8,7 @@ using namespace norvik::sdk;
 
 namespace {
 
-const std::string kGripper = "left_gripper";
+const std::string kGripper = groups::kLeftGripper;
 constexpr double kOpen = 0.08;    // metres
 constexpr double kSpeed = 0.05;   // m/s
 constexpr double kEffort = 40.0;  // percent
@@ -28,7 +28,7 @@ bool pick(NorvikRobot& robot) {
     return false;
   }
   print_state(robot, "Before");
-  if (!examples::report(robot, "Open", robot.set_gripper_command(kGripper, kOpen, kSpeed, kEffort))) {
+  if (!examples::report("Open", [&] { return robot.set_gripper_command(kGripper, kOpen, kSpeed, kEffort); })) {
     return false;
   }
   // The command counts a gripper as open that is near; the fingers still go on for a moment.
@@ -37,7 +37,7 @@ bool pick(NorvikRobot& robot) {
   const double open_width = robot.get_gripper_state(kGripper)->width;
 
   // A blocking call would wait for a width that the object keeps the fingers from. Instead: begin, and see it end.
-  if (!examples::report(robot, "Close", robot.set_gripper_command(kGripper, 0.0, kSpeed, kEffort, false))) {
+  if (!examples::report("Close", [&] { return robot.set_gripper_command(kGripper, 0.0, kSpeed, kEffort, false); })) {
     return false;
   }
   const bool moved = examples::wait_until([&] { return is_moving(robot); }, 2.0);

@@ -30,7 +30,7 @@ std::set<SensorType> colour_cameras() {
 }
 
 bool save(SensorType camera, const cv::Mat& picture) {
-  const auto file = folder / (sensor_type_string_map_.at(camera) + ".png");
+  const auto file = folder / (to_string(camera) + ".png");
   const bool saved = cv::imwrite(file.string(), picture);
   std::cout << (saved ? "Saved " : "Could not save ") << file.string() << ", " << picture.cols << " x " << picture.rows
             << std::endl;
@@ -38,7 +38,7 @@ bool save(SensorType camera, const cv::Mat& picture) {
 }
 
 bool missing(SensorType camera) {
-  std::cout << "No picture from " << sensor_type_string_map_.at(camera) << std::endl;
+  std::cout << "No picture from " << camera << std::endl;
   return false;
 }
 

@@ -29,7 +29,7 @@ bool turn_until_stopped(NorvikRobot& robot) {
     good = robot.set_base_velocity({0, 0, 0}, {0, 0, kTurnRadPerS}) == ControlStatus::SUCCESS;
     examples::sleep_s(0.1);
   }
-  const bool stopped = examples::report(robot, "Stop", robot.stop_base());
+  const bool stopped = examples::report("Stop", [&] { return robot.stop_base(); });
   return stopped && examples::wait_until([&] { return is_at_rest(robot); }, 5.0) && good;
 }
 

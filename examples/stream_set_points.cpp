@@ -10,7 +10,7 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-const std::vector<std::string> kHead = {"head"};
+const std::vector<std::string> kHead = {groups::kHead};
 constexpr std::chrono::milliseconds kPeriod{1};
 constexpr int kSetPoints = 2000;
 constexpr double kAmplitude = 0.15;  // radians

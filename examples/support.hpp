@@ -1,4 +1,4 @@
-// What every example needs: a robot that takes commands, names for its answers, and waiting for what is to happen.
+// What the examples share: the robot that they run on, printing what came of a call, and waiting for what is to happen.
 #pragma once
 
 #include <chrono>
@@ -16,14 +16,6 @@
 namespace examples {
 
 using namespace norvik::sdk;
-
-inline const char* name_of(ControlStatus status) {
-  static const char* const kNames[] = {
-      "SUCCESS",           "TIMEOUT",           "FAULT",        "INVALID_INPUT",    "INIT_FAILED", "IN_PROGRESS",
-      "STOPPED_UNREACHED", "DATA_FETCH_FAILED", "PUBLISH_FAIL", "COMM_DISCONNECTED"};
-  const auto index = static_cast<size_t>(status);
-  return index < std::size(kNames) ? kNames[index] : "unknown";
-}
 
 // The model of the robot: NORVIK_MODEL is k2, which is the default, or r5.
 inline MachineType model() {
@@ -54,44 +46,29 @@ inline bool is_near(const std::vector<double>& values, const std::vector<double>
   return near;
 }
 
-// The robot reports its state, which commands are judged by. Asks with a motion without speed: it is refused only after
-// that look at the robot's state, and nothing is sent.
-inline bool takes_commands(NorvikRobot& robot) {
-  const auto head = robot.get_joint_positions({"head"});
-  return !head.empty() && robot.get_odom() &&
-         robot.set_joint_positions(head, {"head"}, {}, false, 0.0) == ControlStatus::INVALID_INPUT;
-}
-
-// init() joins the robot's network and waits for the robot, up to 40 s; the first messages take a moment more.
+// init() joins the robot's network and waits for the robot, up to 40 s; its first messages take a moment more.
 inline bool connect(NorvikRobot& robot, const std::set<SensorType>& sensors = {}, bool synced = false) {
-  const bool connected = robot.init(sensors, synced) && wait_until([&] { return takes_commands(robot); }, 5.0);
+  const bool connected = robot.init(sensors, synced) && wait_until_ready(robot, 5.0);
   if (!connected) {
     std::cerr << "No robot found. Is it on, and in the same network and DDS domain?\n";
   }
   return connected;
 }
 
-// The last `count` lines of a text.
-inline std::string last_lines(const std::string& text, int count) {
-  size_t start = text.size();
-  while (count-- > 0 && start != std::string::npos && start > 0) {
-    start = text.rfind('\n', start - 1);
+// Prints what came of a call, and for a failure what the library said about it.
+inline void print_outcome(const std::string& what, ControlStatus status, const CallLog& log) {
+  std::cout << what << ": " << status << std::endl;
+  for (const CallRecord& record : log.records()) {
+    std::cout << "  " << record.level << ": " << record.text << std::endl;
   }
-  return start == std::string::npos ? text : text.substr(start + 1);
 }
 
-// Prints what came of a call; true for SUCCESS. Every failure leaves its reason in the library's log.
-inline bool report(NorvikRobot& robot, const std::string& what, ControlStatus status) {
-  std::cout << what << ": " << name_of(status) << std::endl;
-  if (status == ControlStatus::SUCCESS) {
-    return true;
-  }
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));  // The log is written by a thread of its own.
-  const auto log = robot.get_log_information(60, LogLevel::error);
-  if (log && !log->content.empty()) {
-    std::cout << "  reason: " << last_lines(log->content, 2) << std::endl;
-  }
-  return false;
+// Calls and prints what came of it; true for SUCCESS.
+inline bool report(const std::string& what, const std::function<ControlStatus()>& call) {
+  CallLog log;  // Collects the warnings and errors that the library writes on this thread.
+  const ControlStatus status = call();
+  print_outcome(what, status, log);
+  return status == ControlStatus::SUCCESS;
 }
 
 // Runs an example: connects, lets it work, says how it ended. The result is the program's exit status.

@@ -19,10 +19,10 @@ using Times = std::map<std::string, int64_t>;  // nanoseconds
 Times times_of(const SyncedObservation& look) {
   Times times = {{"joints", look.joint_state->timestamp_ns}};
   for (const auto& [camera, data] : look.rgb_data) {
-    times[sensor_type_string_map_.at(camera)] = data->timestamp_ns;
+    times[to_string(camera)] = data->timestamp_ns;
   }
   for (const auto& [camera, data] : look.depth_data) {
-    times[sensor_type_string_map_.at(camera)] = data->timestamp_ns;
+    times[to_string(camera)] = data->timestamp_ns;
   }
   return times;
 }
@@ -51,7 +51,7 @@ bool observe(NorvikRobot& robot) {
       },
       5.0);
   std::cout << (times.empty() ? "A camera or the joints did not report."
-                              : "Distance in time from " + sensor_type_string_map_.at(kCameras[0]) + ":")
+                              : "Distance in time from " + to_string(kCameras[0]) + ":")
             << std::endl;
   for (const auto& [name, time_ns] : times) {
     std::cout << "  " << name << ": " << 1000.0 * seconds_between(time_ns, anchor_ns) << " ms" << std::endl;

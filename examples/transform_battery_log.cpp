@@ -31,10 +31,19 @@ bool print_battery(NorvikRobot& robot) {
   return reported;
 }
 
+// The last `count` lines of a text.
+std::string last_lines(const std::string& text, int count) {
+  size_t start = text.size();
+  while (count-- > 0 && start != std::string::npos && start > 0) {
+    start = text.rfind('\n', start - 1);
+  }
+  return start == std::string::npos ? text : text.substr(start + 1);
+}
+
 bool print_log(NorvikRobot& robot) {
   const auto log = robot.get_log_information(60, LogLevel::info);
   std::cout << "The log of the last minute ends with:\n"
-            << (log ? examples::last_lines(log->content, 3) : "nothing") << std::endl;
+            << (log ? last_lines(log->content, 3) : "nothing") << std::endl;
   return log && !log->content.empty();
 }
 

@@ -244,8 +244,8 @@ std::shared_ptr<spdlog::async_logger> Logger::open_channel(const ChannelPlan& pl
     sinks.push_back(std::make_shared<ConsoleSink>());
     sinks.back()->set_pattern(kConsolePattern);
   }
-  sinks.push_back(std::make_shared<RotatingFileSink>(plan.directory + plan.file_name, config.max_file_size,
-                                                     config.max_files));
+  sinks.push_back(
+      std::make_shared<RotatingFileSink>(plan.directory + plan.file_name, config.max_file_size, config.max_files));
   sinks.back()->set_pattern(kFilePattern);
   for (const auto& sink : sinks) sink->set_level(level);
 

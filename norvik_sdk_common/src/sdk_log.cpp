@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "call_log_feed.hpp"
+
 namespace norvik::sdk {
 
 namespace {
@@ -27,6 +29,7 @@ LoggerHelper::~LoggerHelper() {
     if (is_user_) {
       logger.user_log(level_, file_, function_, line_, message.c_str());
     } else {
+      CallLogFeed::take(level_, file_, message);
       logger.internal_log(level_, file_, function_, line_, message.c_str());
     }
   } catch (...) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <sstream>
 
+#include "call_log_feed.hpp"
 #include "logger.hpp"
 
 namespace norvik::sdk {
@@ -31,8 +32,10 @@ class LoggerHelper {
 }  // namespace norvik::sdk
 
 // Writes to the library's own log:  SDK_LOG(error) << "joint group invalid: " << group;
-// Below the log's level, or while it is closed, this costs one comparison and nothing behind it is evaluated.
+// Below the log's level, or while it is closed, and without a CallLog on the thread nothing behind it is evaluated; for
+// the levels below warning this costs one comparison.
 #define SDK_LOG(level)                                                                                           \
-  NORVIK_SDK_DETAIL_LOG(::norvik::sdk::Logger::internal_enabled(::norvik::sdk::LogLevel::level),                 \
+  NORVIK_SDK_DETAIL_LOG(::norvik::sdk::Logger::internal_enabled(::norvik::sdk::LogLevel::level) ||               \
+                            ::norvik::sdk::CallLogFeed::wants(::norvik::sdk::LogLevel::level),                   \
                         ::norvik::sdk::LoggerHelper(::norvik::sdk::LogLevel::level, NORVIK_SDK_DETAIL_FILE_STEM, \
                                                     static_cast<const char*>(__func__), __LINE__))

@@ -23,8 +23,8 @@ struct ReleaseFeed {
 // Never fails, never waits.
 void notify_new_sdk_version_if_any_async();
 
-// The same with a feed of choice, and as often as it is called. A process that ends meanwhile waits at most half a second
-// for the thread to step aside; what the thread was at stays undone.
+// The same with a feed of choice, and as often as it is called. A process that ends meanwhile waits at most half a
+// second for the thread to step aside; what the thread was at stays undone.
 void start_version_check(const ReleaseFeed& feed);
 
 // The thread's work: asks `feed` and writes at most one line to `out`. NORVIK_SDK_SKIP_VERSION_CHECK=1 skips it. Every

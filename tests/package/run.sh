@@ -23,6 +23,16 @@ run "$build_dir/smoke"
 sed -n '/^```cpp$/,/^```$/{/^```/d;p}' "$here/../../README.md" >"$build_dir/readme.cpp"
 g++ -std=c++17 -Wall -Wextra -Werror -I"$prefix/include" -c "$build_dir/readme.cpp" -o "$build_dir/readme.o"
 
+# And with a healthy robot it has nothing to say on standard error.
+library_dir=$(dirname "$(find "$prefix" -name libnorvik_sdk.so)")
+g++ "$build_dir/readme.o" -o "$build_dir/readme" -L"$library_dir" -lnorvik_sdk -Wl,-rpath,"$library_dir"
+PATH=$prefix/bin:$PATH OVIMUX_DOMAIN_ID=${OVIMUX_DOMAIN_ID:-99} run "$here/../../examples/run_with_simulator.sh" --model k2 \
+  bash -c '"$1" 2>"$1.err"' readme "$build_dir/readme" || die "the program of the README fails"
+if [ -s "$build_dir/readme.err" ]; then
+  cat "$build_dir/readme.err" >&2
+  die "the program of the README writes to standard error"
+fi
+
 if cmake -S "$here" -B "$build_dir/wrong" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_PROJECT_INCLUDE="$here/wrong_version.cmake"; then
   die "the package accepts a request for another minor version"
 fi

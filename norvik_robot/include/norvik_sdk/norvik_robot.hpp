@@ -356,15 +356,17 @@ class NORVIK_SDK_EXPORT NorvikRobot {
   // ---- Audio; on R5 every operation fails ----
 
   // Delivers every chunk of the microphone to `callback`, until stopped.
-  //   callback       runs on a worker thread of the middleware, in the order of arrival, with the stream table locked
-  //                  for reading: it must not start or stop a microphone stream. What it throws is logged and dropped.
+  //   callback       runs on a worker thread of the middleware, in the order of arrival and one chunk at a time,
+  //                  without a lock. It may start and stop streams, its own included. What it throws is logged and
+  //                  dropped.
   //   chunk_size     recorded with the stream; the robot decides the size of chunks.
   //   use_raw_audio  recorded with the stream.
   // The stream's id; empty when `callback` is empty.
   virtual std::string start_microphone_stream_input(std::function<void(std::shared_ptr<AudioData>)> callback,
                                                     int chunk_size = 1024, bool use_raw_audio = false) = 0;
 
-  // Ends a stream; with an empty id all of them. After the return its callback does not run any more.
+  // Ends a stream; with an empty id all of them. After the return its callback does not run any more: waits for one
+  // that is running, unless called from it.
   virtual void stop_microphone_stream_input(const std::string& stream_id = "") = 0;
 
   // Plays a chunk of PCM audio. The first chunk opens the stream on the robot.

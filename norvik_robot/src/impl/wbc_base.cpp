@@ -349,4 +349,18 @@ ControlStatus WbcBase::get_effort(const std::string& arm, EffortInfo& info) {
   return ControlStatus::SUCCESS;
 }
 
+bool WbcBase::is_ready() const {
+  const auto has_server = [](const auto& client) { return client && client->GetMatchedServerCount() > 0; };
+  const WbcModules& parts = modules();
+  return parts.common_utils && parts.sensor_module && parts.base_control &&
+         has_server(parts.common_utils->get_wbcs_target_client()) &&
+         has_server(parts.common_utils->get_wbcs_controller_client()) && get_error_report() &&
+         parts.common_utils->wbc_info_buffer().get_data() && parts.sensor_module->get_sensor_data() &&
+         parts.base_control->has_odometry();
+}
+
+std::shared_ptr<ErrorInfo> WbcBase::get_error_report() const {
+  return modules().common_utils ? modules().common_utils->error_buffer().get_data() : nullptr;
+}
+
 }  // namespace norvik::sdk

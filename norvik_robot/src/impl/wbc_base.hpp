@@ -131,6 +131,12 @@ class WbcBase : public virtual NorvikRobot {
   ControlStatus get_whole_body_joint_state(std::unordered_map<std::string, JointStateMessage>& out);
   ControlStatus get_joint_state_from_sensor(const std::string& group, JointStateMessage& out);
 
+  // Whether both services of the controller are on the network and every report that commands are judged by has come.
+  bool is_ready() const;
+
+  // The controller's latest errors; empty before its first report.
+  std::shared_ptr<ErrorInfo> get_error_report() const;
+
   // Force at the wrist of "left_arm" or "right_arm".
   ControlStatus get_effort(const std::string& arm, EffortInfo& info);
 

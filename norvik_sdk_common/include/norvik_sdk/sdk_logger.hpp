@@ -15,10 +15,11 @@ namespace norvik::sdk {
 struct LoggerConfig {
   std::string log_dir;                // made if missing
   std::string log_file_name;          // default: program, time, process id and thread id, ".log"
-  uint64_t max_file_size = 0xa00000;  // bytes at which a new file is begun; above 0
+  uint64_t max_file_size = 0xa00000;  // bytes at which a new file is begun and the old one called FILE.1; above 0
   uint64_t max_files = 5;             // older files kept; at most 200000
   LogLevel log_level = LogLevel::info;
-  bool console_output = false;  // also write the bare messages to standard output, in colour
+  // Also write the bare messages to standard output. What a console does not take at once is dropped and counted.
+  bool console_output = false;
 };
 
 // Opens the application's own log, by default in $HOME/norvik_sdk_log/user_log/. Records written before are lost.

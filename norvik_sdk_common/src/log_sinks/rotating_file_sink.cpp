@@ -62,8 +62,7 @@ void RotatingFileSink::flush_() {
 
 // Without O_NONBLOCK a named pipe in the place of the file would hold up the caller until somebody reads it.
 bool RotatingFileSink::open(int extra_flags) {
-  descriptor_ =
-      ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | extra_flags, kFileMode);
+  descriptor_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | extra_flags, kFileMode);
   struct stat status {};
   if (descriptor_ >= 0 && ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) {
     size_ = static_cast<uint64_t>(status.st_size) + buffer_.size();

@@ -42,6 +42,7 @@ class BaseControl {
   ControlStatus stop_base(ErrorInfo& error_info, int timeout_s);
 
   std::shared_ptr<OdomData> get_odom() const;
+  bool has_odometry() const { return odometry_.get_data() != nullptr; }
 
   // Entries "linear" and "angular", each x, y, z.
   ControlStatus get_base_velocity(std::unordered_map<std::string, std::array<double, 3>>& velocity) const;
