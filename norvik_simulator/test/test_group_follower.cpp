@@ -103,7 +103,8 @@ TEST(GroupFollower, StopFreezeAndObstacle) {
   const double stopped_at = follower.joints()[0].position;
   run(follower, 1.0);
   EXPECT_EQ(follower.joints()[0].position, stopped_at);
-  EXPECT_TRUE(follower.progress().target_finished);
+  EXPECT_FALSE(follower.progress().target_finished);
+  EXPECT_NEAR(follower.final_error(), (0.8 - stopped_at) * std::sqrt(2.0), 1e-9);
 
   follower.set_frozen(0, true);
   follower.accept(motion_to({{0.1, -0.8}}));

@@ -75,6 +75,22 @@ proto::TavrinoXTarget pose_target(const std::string& chassis, const std::string&
   return target;
 }
 
+void add_frame(proto::TavrinoXTarget& target, const std::string& frame, const KDL::Frame& wanted) {
+  auto& triad = *add_task(target, "wbc", proto::TARGET_DATA_DEFAULT).mutable_task_commands(0)->add_subtask_commands();
+  triad.mutable_header()->set_frame_id(frame);
+  triad.set_reference_frame_id("world");
+  auto& pose = *triad.mutable_pose_msg()->mutable_pose();
+  pose.mutable_position()->set_x(wanted.p.x());
+  pose.mutable_position()->set_y(wanted.p.y());
+  pose.mutable_position()->set_z(wanted.p.z());
+  double x, y, z, w;
+  wanted.M.GetQuaternion(x, y, z, w);
+  pose.mutable_orientation()->set_x(x);
+  pose.mutable_orientation()->set_y(y);
+  pose.mutable_orientation()->set_z(z);
+  pose.mutable_orientation()->set_w(w);
+}
+
 proto::TavrinoXController controller_request(const std::string& group, proto::ControllerOption option, int id = 0) {
   proto::TavrinoXController request;
   auto& config = (*request.mutable_ctrl_config_map())[group];
@@ -153,6 +169,11 @@ TEST(World, RefusesWhatItCannotDoAndThenDoesNothing) {
       {"chassis has a pose that is not finite, too large, or without orientation",
        [](auto& t) { t = pose_target("chassis", "odom", kNan, 0, 0); }},
       {"wbc needs exactly one command", [](auto& t) { add_task(t, "wbc", 255).clear_task_commands(); }},
+      {"wbc has unknown frame left_hand", [](auto& t) { add_frame(t, "left_hand", KDL::Frame::Identity()); }},
+      {"wbc has frame base_link, which no joint that takes targets moves",
+       [](auto& t) { add_frame(t, "base_link", KDL::Frame::Identity()); }},
+      {"wbc has frame chassis_link1, which no joint that takes targets moves",
+       [](auto& t) { add_frame(t, "chassis_link1", KDL::Frame::Identity()); }},
   };
   const auto world = make_world();
   for (const Row& row : rows) {
@@ -245,6 +266,117 @@ TEST(World, FatalErrorEmergencyStopAndReleaseRefuseMotion) {
             "head has controller option 0, which does not exist");
 }
 
+// Whatever ends a motion early, the robot must not report it as one that arrived.
+TEST(World, MotionCutShortKeepsItsError) {
+  struct Row {
+    const char* name;
+    std::function<void(World&)> cut;
+  };
+  const auto control = [](proto::ControllerOption option, const std::string& group) {
+    return [=](World& world) { world.control(controller_request(group, option)); };
+  };
+  const auto reload = control(proto::CONTROLLER_OPTIONS_CONTROLER_RELOAD, "left_arm");
+  const auto stop = control(proto::CONTROLLER_OPTIONS_CONTROLER_STOP, "left_arm");
+  const auto clear = [](World& world) {
+    proto::TavrinoXTarget target;
+    auto& arm = add_group(target, "left_arm", {});
+    arm.mutable_target_config()->set_target_type(proto::TARGET_TYPE_CLEAR);
+    arm.clear_group_commands();
+    world.follow(target);
+  };
+  const Row rows[] = {
+      {"fault", [](World& world) { world.set_error("left_arm", kFatalErrorCode, "hot"); }},
+      {"fault that goes again",
+       [](World& world) {
+         world.set_error("left_arm", kFatalErrorCode, "hot");
+         world.clear_faults();
+       }},
+      {"stop", stop},
+      {"stop of all", control(proto::CONTROLLER_OPTIONS_CONTROLER_STOP, "all")},
+      {"stop twice", [&](World& world) { stop(world), stop(world); }},
+      {"release", control(proto::CONTROLLER_OPTIONS_CONTROLER_RELEASE, "left_arm")},
+      {"reload", reload},
+      {"reload after stop", [&](World& world) { stop(world), reload(world); }},
+      {"emergency stop", control(proto::CONTROLLER_OPTIONS_SOFT_EMERGENCY_STOP, "left_arm")},
+      {"another controller",
+       [](World& world) {
+         world.control(controller_request("left_arm", proto::CONTROLLER_OPTIONS_CONTROLER_SWITCH, 0));
+       }},
+      {"cleared target", clear},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const auto world = make_world();
+    proto::TavrinoXTarget target;
+    add_group(target, "left_arm", std::vector<double>(7, 0.4));
+    ASSERT_EQ(first_reason(world->follow(target)), "");
+    run(*world, 0.5);
+    row.cut(*world);
+    run(*world, 2.0);
+    const auto state = world->state();
+    EXPECT_TRUE(state.is_at_rest());
+    const auto arm = make_wbc_info(state, world->kinematics(), now_stamp())->group_info_map().at("left_arm");
+    EXPECT_NEAR(arm.error_final_pos_norm(), 0.2 * std::sqrt(7.0), 0.02);
+    EXPECT_NEAR(arm.error_final_pos(0), 0.2, 0.01);
+    EXPECT_TRUE(arm.target_info().sampling_finished());
+    EXPECT_FALSE(arm.target_info().target_finished());
+    EXPECT_NEAR(arm.target_info().sampling_percent(), 50.0, 2.0);
+  }
+}
+
+// The change of the base's velocity in the odometry frame from step to step, the largest of each axis.
+double hardest_acceleration(World& world, double seconds, double dt) {
+  double hardest = 0.0;
+  PlanarPose last = world.state().base_pose;
+  PlanarTwist speed;
+  bool has_speed = false;
+  for (double time = 0.0; time < seconds; time += dt) {
+    world.step(dt);
+    const PlanarPose pose = world.state().base_pose;
+    const PlanarTwist now = {(pose.x - last.x) / dt, (pose.y - last.y) / dt, (pose.yaw - last.yaw) / dt};
+    if (has_speed) {
+      hardest = std::max({hardest, std::abs(now.vx - speed.vx) / dt, std::abs(now.vy - speed.vy) / dt,
+                          std::abs(now.wz - speed.wz) / dt / 2.0});
+    }
+    last = pose;
+    speed = now;
+    has_speed = true;
+  }
+  return hardest;
+}
+
+// 4 m/s² and 8 rad/s², whatever takes over from what.
+TEST(World, BaseNeverJerks) {
+  const auto switch_to = [](World& world, int id) {
+    world.control(controller_request("chassis", proto::CONTROLLER_OPTIONS_CONTROLER_SWITCH, id));
+  };
+  const auto stop = [](World& world) {
+    world.control(controller_request("chassis", proto::CONTROLLER_OPTIONS_CONTROLER_STOP));
+  };
+  for (const double dt : {0.01, 0.0025}) {
+    SCOPED_TRACE(dt);
+    const auto world = make_world();
+    switch_to(*world, 1);
+    ASSERT_EQ(first_reason(world->follow(twist_target("chassis", 2.0, 0.0))), "");
+    EXPECT_LT(hardest_acceleration(*world, 1.0, dt), 4.01);
+    switch_to(*world, 0);
+    ASSERT_EQ(first_reason(world->follow(pose_target("chassis", "odom", 0.5, 0.3, 0.4))), "");
+    EXPECT_LT(hardest_acceleration(*world, 4.0, dt), 4.01);
+    EXPECT_NEAR(world->state().base_pose.x, 0.5, 1e-9);
+    EXPECT_NEAR(world->state().base_pose.yaw, 0.4, 1e-9);
+    EXPECT_TRUE(world->state().is_at_rest());
+    ASSERT_EQ(first_reason(world->follow(pose_target("chassis", "odom", 2.5, 0.3, 2.4))), "");
+    EXPECT_LT(hardest_acceleration(*world, 0.5, dt), 4.01);
+    EXPECT_GT(world->state().base_twist.vx * world->state().base_twist.vx +
+                  world->state().base_twist.vy * world->state().base_twist.vy,
+              0.5);
+    stop(*world);
+    EXPECT_LT(hardest_acceleration(*world, 2.0, dt), 4.01);
+    EXPECT_TRUE(world->state().is_at_rest());
+    EXPECT_GT(world->state().groups[0].final_error, 0.5);
+  }
+}
+
 TEST(World, TwistIsKeptUntilTheNextCommandAndIntegrated) {
   const auto world = make_world({"r5", "2.0", "inspire"});
   const auto twist_on = controller_request("swerve_chassis", proto::CONTROLLER_OPTIONS_CONTROLER_SWITCH, 1);
@@ -304,26 +436,16 @@ TEST(World, EndEffectorTargetIsReached) {
   wanted.p += KDL::Vector(0.05, 0.03, 0.04);
 
   proto::TavrinoXTarget target;
-  auto& triad = *add_task(target, "wbc", proto::TARGET_DATA_DEFAULT).mutable_task_commands(0)->add_subtask_commands();
-  triad.mutable_header()->set_frame_id(frame);
-  triad.set_reference_frame_id("world");
-  auto& pose = *triad.mutable_pose_msg()->mutable_pose();
-  pose.mutable_position()->set_x(wanted.p.x());
-  pose.mutable_position()->set_y(wanted.p.y());
-  pose.mutable_position()->set_z(wanted.p.z());
-  double x, y, z, w;
-  wanted.M.GetQuaternion(x, y, z, w);
-  pose.mutable_orientation()->set_x(x);
-  pose.mutable_orientation()->set_y(y);
-  pose.mutable_orientation()->set_z(z);
-  pose.mutable_orientation()->set_w(w);
+  add_frame(target, frame, wanted);
   ASSERT_EQ(first_reason(world->follow(target)), "");
   run(*world, 3.0);
   const KDL::Frame reached = *world->kinematics().link_pose(frame, world->state().positions());
   EXPECT_LT((reached.p - wanted.p).Norm(), 1e-3);
   EXPECT_TRUE(world->state().wbc_progress.target_finished);
 
-  pose.mutable_position()->set_x(50.0);
+  wanted.p.x(50.0);
+  target.Clear();
+  add_frame(target, frame, wanted);
   EXPECT_EQ(first_reason(world->follow(target)), "wbc has a pose out of reach for frame " + frame);
 }
 

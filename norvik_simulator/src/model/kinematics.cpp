@@ -141,10 +141,15 @@ std::vector<std::string> Kinematics::group_joints_before(const std::string& link
   return names;
 }
 
+std::string Kinematics::moving_group(const std::string& link) const {
+  std::string first_link;
+  const auto names = has_link(link) ? group_joints_before(link, first_link) : std::vector<std::string>{};
+  return names.empty() ? "" : joints_.at(names.front()).group;
+}
+
 std::optional<Kinematics::Solution> Kinematics::solve(const std::string& link, const KDL::Frame& pose,
                                                       const JointPositions& positions) const {
-  const auto entry = tree_.getSegment(link);
-  if (entry == tree_.getSegments().end()) {
+  if (!has_link(link)) {
     return std::nullopt;
   }
   std::string first_link;

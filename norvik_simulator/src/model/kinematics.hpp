@@ -28,6 +28,9 @@ class Kinematics {
   // Of a joint of the URDF; empty for the others (hands, suction cups).
   std::optional<JointLimits> limits(const std::string& joint) const;
   const std::string& root_link() const { return root_; }
+  bool has_link(const std::string& link) const { return tree_.getSegment(link) != tree_.getSegments().end(); }
+  // The joint group that moves a link last; empty when no joint does, or there is no such link.
+  std::string moving_group(const std::string& link) const;
 
   std::vector<LinkTransform> fixed_transforms() const;
   std::vector<LinkTransform> moving_transforms(const JointPositions& positions) const;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -13,7 +14,8 @@ enum class GroupKind { kBody, kChassis, kGripper, kSuctionCup, kHand, kCamera };
 struct JointLimits {
   double lower;
   double upper;
-  double speed;  // Per second, above 0.
+  double speed;                                                   // Per second, above 0.
+  double acceleration = std::numeric_limits<double>::infinity();  // Per second squared, above 0.
 };
 
 struct GroupModel {

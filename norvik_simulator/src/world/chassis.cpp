@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "norvik/tavrinox_proto/tavrinox_target.pb.h"
+#include "world/blend.hpp"
+
 namespace norvik::simulator {
 
 namespace {
@@ -29,6 +32,14 @@ double mecanum_speed(const WheelPlace& place, const PlanarTwist& twist) {
   return (twist.vx + side * twist.vy + (place.y > 0.0 ? -lever : lever) * twist.wz) / kWheelRadius;
 }
 
+// A base cannot jump to a constant speed: a single way gets a ramp at both ends, within the same time.
+Motion with_ramps(Motion motion) {
+  if (motion.waypoints.size() == 1 && motion.blend == find_blend(tavrinox_proto::TARGET_SAMPLING_LINEAR_INTERPOLATE)) {
+    motion.blend = find_blend(tavrinox_proto::TARGET_SAMPLING_TRAPEZOIDAL_PROFILE);
+  }
+  return motion;
+}
+
 void turn(JointMotion& joint, double position, double velocity) {
   joint.position = joint.command_position = joint.target_position = position;
   joint.velocity = joint.command_velocity = velocity;
@@ -37,20 +48,28 @@ void turn(JointMotion& joint, double position, double velocity) {
 }  // namespace
 
 Chassis::Chassis(const std::vector<std::string>& wheels)
-    : follower_({{-kUnlimited, kUnlimited, kMaxSpeed},
-                 {-kUnlimited, kUnlimited, kMaxSpeed},
-                 {-kUnlimited, kUnlimited, kMaxTurn}},
+    : follower_({{-kUnlimited, kUnlimited, kMaxSpeed, kMaxAcceleration},
+                 {-kUnlimited, kUnlimited, kMaxSpeed, kMaxAcceleration},
+                 {-kUnlimited, kUnlimited, kMaxTurn, kMaxTurnAcceleration}},
                 {0.0, 0.0, 0.0}),
       wheels_(wheels.size()),
       steered_(wheels.size() == 8) {}
 
 void Chassis::go_to(const Motion& motion) {
   if (by_twist_) {
-    by_twist_ = false;
-    follower_.place({pose_.x, pose_.y, pose_.yaw});
+    follow_poses_from_here();
   }
-  follower_.accept(motion);
+  follower_.accept(with_ramps(motion));
   progress_ = follower_.progress();
+}
+
+// With the speed that the base has, from its own frame to the one of the poses.
+void Chassis::follow_poses_from_here() {
+  by_twist_ = false;
+  const double c = std::cos(pose_.yaw);
+  const double s = std::sin(pose_.yaw);
+  follower_.place({pose_.x, pose_.y, pose_.yaw},
+                  {c * twist_.vx - s * twist_.vy, s * twist_.vx + c * twist_.vy, twist_.wz});
 }
 
 void Chassis::keep_twist(const PlanarTwist& twist, double time_s, const Motion& target) {
@@ -68,7 +87,9 @@ void Chassis::keep_twist(const PlanarTwist& twist, double time_s, const Motion& 
 void Chassis::stop() {
   wanted_ = {};
   time_left_ = 0.0;
-  follower_.place({pose_.x, pose_.y, pose_.yaw});
+  if (!by_twist_) {
+    follower_.stop();
+  }
 }
 
 void Chassis::step(double dt) {

@@ -9,8 +9,8 @@
 
 namespace norvik::simulator {
 
-// An omnidirectional base on four wheels. It follows poses in the odometry frame, or holds a velocity for a time.
-// Not thread-safe.
+// An omnidirectional base on four wheels. It follows poses in the odometry frame, or holds a velocity for a time, and
+// never speeds up or brakes harder than its wheels could. Not thread-safe.
 class Chassis {
  public:
   // `wheels`: four driven wheels, or four pairs of a steering and a driven joint.
@@ -20,6 +20,7 @@ class Chassis {
   void go_to(const Motion& motion);
   // Keeps the twist until it is told something else. The target counts as finished after `time_s`.
   void keep_twist(const PlanarTwist& twist, double time_s, const Motion& target);
+  // Brakes. The pose that it was on the way to stays what the final error is measured from.
   void stop();
   void step(double dt);
 
@@ -32,6 +33,7 @@ class Chassis {
   double final_error() const { return by_twist_ ? 0.0 : follower_.final_error(); }
 
  private:
+  void follow_poses_from_here();
   void step_twist(double dt);
   void step_pose(double dt);
   void turn_wheels(double dt);

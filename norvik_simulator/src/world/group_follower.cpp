@@ -15,6 +15,15 @@ bool has_arrived(const JointMotion& joint, const JointLimits& limits) {
   return std::abs(joint.target_position - joint.position) <= kArrivedShareOfRange * range;
 }
 
+// The velocity that closes `distance` and still comes to rest at its end, when each step of `dt` can change it by
+// `acceleration` * `dt`: n steps of braking cover n * (n + 1) / 2 times the way of one.
+double braking_velocity(double distance, double acceleration, double dt) {
+  const double change = acceleration * dt;
+  const double steps = std::sqrt(0.25 + 2.0 * std::abs(distance) / (change * dt)) - 0.5;
+  const double speed = steps <= 1.0 ? std::abs(distance) / dt : steps * change;
+  return std::copysign(speed, distance);
+}
+
 }  // namespace
 
 GroupFollower::GroupFollower(std::vector<JointLimits> limits, const std::vector<double>& positions)
@@ -32,7 +41,10 @@ bool GroupFollower::has_room_for(const Motion& motion) const {
 }
 
 void GroupFollower::accept(const Motion& motion) {
-  if (motion.clear || segments_.empty()) {
+  const bool replaces = motion.clear || segments_.empty();
+  if (replaces && motion.waypoints.empty()) {
+    stop();
+  } else if (replaces) {
     begin(motion);
   } else if (motion.in_front) {
     cut_in();
@@ -41,9 +53,6 @@ void GroupFollower::accept(const Motion& motion) {
   progress_.target_id = motion.target_id;
   progress_.target_sec = motion.target_sec;
   progress_.target_nanosec = motion.target_nanosec;
-  if (segments_.empty()) {
-    stop();
-  }
   for (size_t i = 0; i < joints_.size() && !segments_.empty(); ++i) {
     joints_[i].target_position = segments_.back().waypoint.positions[i];
   }
@@ -54,6 +63,7 @@ void GroupFollower::begin(const Motion& motion) {
   segments_.clear();
   segment_start_ = motion.from_measured ? measured() : commanded();
   segment_time_ = done_time_ = total_time_ = 0.0;
+  cut_short_ = false;
   progress_ = {};
 }
 
@@ -74,37 +84,46 @@ void GroupFollower::enqueue(const Motion& motion) {
   segments_.insert(motion.in_front ? segments_.begin() : segments_.end(), added.begin(), added.end());
 }
 
+// The target stays, so that the error that is left shows.
 void GroupFollower::stop() {
+  cut_short_ = cut_short_ || !segments_.empty();
   segments_.clear();
   segment_time_ = 0.0;
   std::fill(speeds_.begin(), speeds_.end(), 0.0);
-  for (JointMotion& joint : joints_) {
-    joint.command_position = joint.target_position = joint.position;
+  for (size_t i = 0; i < joints_.size(); ++i) {
+    JointMotion& joint = joints_[i];
+    const double braking_way = joint.velocity * std::abs(joint.velocity) / (2.0 * limits_[i].acceleration);
+    joint.command_position = joint.position + braking_way;
     joint.command_velocity = 0.0;
   }
   update_progress();
 }
 
-void GroupFollower::place(const std::vector<double>& positions) {
+void GroupFollower::place(const std::vector<double>& positions, const std::vector<double>& velocities) {
+  segments_.clear();
+  cut_short_ = false;
   for (size_t i = 0; i < joints_.size(); ++i) {
-    joints_[i] = {};
-    joints_[i].position = std::clamp(positions[i], limits_[i].lower, limits_[i].upper);
+    JointMotion& joint = joints_[i] = {};
+    joint.position = std::clamp(positions[i], limits_[i].lower, limits_[i].upper);
+    joint.target_position = joint.position;
+    joint.velocity = velocities.empty() ? 0.0 : velocities[i];
   }
   stop();
 }
 
 void GroupFollower::step(double dt) {
-  if (!segments_.empty()) {
-    advance_trajectory(dt);
-    sample();
-  }
+  const bool has_trajectory = !segments_.empty();
+  advance_trajectory(dt);
   for (size_t i = 0; i < joints_.size(); ++i) {
-    follow(i, dt);
+    follow(i, has_trajectory ? sample(i) : joints_[i].command_position, dt);
   }
   update_progress();
 }
 
 void GroupFollower::advance_trajectory(double dt) {
+  if (segments_.empty()) {
+    return;
+  }
   segment_time_ += dt;
   speeds_ = segments_.front().waypoint.speeds;
   while (!segments_.empty() && segment_time_ >= segments_.front().waypoint.duration) {
@@ -118,35 +137,55 @@ void GroupFollower::advance_trajectory(double dt) {
   }
 }
 
-void GroupFollower::sample() {
-  for (size_t i = 0; i < joints_.size(); ++i) {
-    double wanted = segment_start_[i];
-    if (!segments_.empty()) {
-      const Waypoint& next = segments_.front().waypoint;
-      wanted += (next.positions[i] - wanted) * segments_.front().blend(segment_time_ / next.duration);
-    }
-    joints_[i].command_position = wanted;
+// Where the trajectory wants a joint to be now: between two waypoints, or at the last.
+double GroupFollower::sample(size_t i) const {
+  if (segments_.empty()) {
+    return segment_start_[i];
   }
+  const Waypoint& next = segments_.front().waypoint;
+  const double share = segments_.front().blend(segment_time_ / next.duration);
+  return segment_start_[i] + (next.positions[i] - segment_start_[i]) * share;
 }
 
-void GroupFollower::follow(size_t i, double dt) {
+void GroupFollower::follow(size_t i, double command, double dt) {
   JointMotion& joint = joints_[i];
   const JointLimits& limits = limits_[i];
   const double speed = speeds_[i] > 0.0 ? std::min(speeds_[i], limits.speed) : limits.speed;
-  const double lower = std::clamp(obstacles_[i], limits.lower, limits.upper);
-  const double reachable = std::clamp(joint.command_position, std::min(lower, joint.position), limits.upper);
-  const double way = frozen_[i] ? 0.0 : std::clamp(reachable - joint.position, -speed * dt, speed * dt);
-  const double velocity = way / dt;
+  const double wanted = std::clamp(wanted_velocity(i, command, dt), -speed, speed);
+  const double change = limits.acceleration * dt;
+  double velocity = std::clamp(wanted, joint.velocity - change, joint.velocity + change);
+  velocity = frozen_[i] ? 0.0 : velocity;
+  joint.command_position = command;
   joint.acceleration = (velocity - joint.velocity) / dt;
-  joint.velocity = velocity;
-  joint.position += way;
-  joint.command_velocity = velocity;
+  joint.velocity = joint.command_velocity = velocity;
+  joint.position = std::clamp(joint.position + velocity * dt, limits.lower, limits.upper);
+}
+
+// As fast as the command moves, and what closes the gap behind it; on the last way no faster than what comes to rest
+// at its end.
+double GroupFollower::wanted_velocity(size_t i, double new_command, double dt) const {
+  const JointMotion& joint = joints_[i];
+  const JointLimits& limits = limits_[i];
+  const double lower = std::min(std::clamp(obstacles_[i], limits.lower, limits.upper), joint.position);
+  const auto reachable = [&](double position) { return std::clamp(position, lower, limits.upper); };
+  const auto braking = [&](double end) {
+    return braking_velocity(reachable(end) - joint.position, limits.acceleration, dt);
+  };
+  const double wanted =
+      (reachable(new_command) - reachable(joint.command_position)) / dt + braking(joint.command_position);
+  if (segments_.size() > 1) {
+    return wanted;
+  }
+  const double most = braking(segments_.empty() ? new_command : segments_.front().waypoint.positions[i]);
+  return wanted * most > 0.0 && std::abs(wanted) > std::abs(most) ? most : wanted;
 }
 
 void GroupFollower::update_progress() {
   progress_.sampling_finished = segments_.empty();
   const double passed = done_time_ + segment_time_;
-  progress_.percent = segments_.empty() || total_time_ <= 0.0 ? 100.0 : std::min(100.0, 100.0 * passed / total_time_);
+  if (!cut_short_) {
+    progress_.percent = segments_.empty() || total_time_ <= 0.0 ? 100.0 : std::min(100.0, 100.0 * passed / total_time_);
+  }
   bool arrived = segments_.empty();
   for (size_t i = 0; arrived && i < joints_.size(); ++i) {
     arrived = has_arrived(joints_[i], limits_[i]);

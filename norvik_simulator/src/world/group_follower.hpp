@@ -50,7 +50,8 @@ struct MotionProgress {
 };
 
 // Moves the joints of one group along waypoints. The trajectory gives the commanded position; the joint follows it
-// with at most its speed and never leaves its range. Not thread-safe.
+// within its speed and acceleration and never leaves its range. The end of the last trajectory stays the reference of
+// what is reported, also when the motion was cut short. Not thread-safe.
 class GroupFollower {
  public:
   // Waypoints that may wait at once. Only a flood of appended trajectories reaches it.
@@ -61,12 +62,12 @@ class GroupFollower {
   bool has_room_for(const Motion& motion) const;
   void accept(const Motion& motion);
 
-  // Drops the trajectory and stays.
+  // Drops the trajectory and brakes.
   void stop();
   void step(double dt);
 
-  // Puts the joints at `positions`, at rest.
-  void place(const std::vector<double>& positions);
+  // Puts the joints at `positions`, with nothing to follow; at rest when there are no `velocities`.
+  void place(const std::vector<double>& positions, const std::vector<double>& velocities = {});
   void set_frozen(size_t joint, bool frozen) { frozen_[joint] = frozen; }
   // Narrows the range of a joint, as an object between the fingers does; the joint's own limit returns with
   // `lower` at or below it.
@@ -84,8 +85,9 @@ class GroupFollower {
   void cut_in();
   void enqueue(const Motion& motion);
   void advance_trajectory(double dt);
-  void sample();
-  void follow(size_t i, double dt);
+  double sample(size_t i) const;
+  void follow(size_t i, double command, double dt);
+  double wanted_velocity(size_t i, double new_command, double dt) const;
   void update_progress();
   std::vector<double> measured() const;
 
@@ -104,6 +106,7 @@ class GroupFollower {
   double segment_time_ = 0.0;
   double done_time_ = 0.0;
   double total_time_ = 0.0;
+  bool cut_short_ = false;  // The last trajectory was dropped before its end.
   MotionProgress progress_;
 };
 

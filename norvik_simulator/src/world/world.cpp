@@ -56,6 +56,17 @@ JointPositions WorldState::positions() const {
   return result;
 }
 
+bool WorldState::is_at_rest() const {
+  for (const GroupState& group : groups) {
+    for (const JointMotion& joint : group.joints) {
+      if (joint.velocity != 0.0) {
+        return false;
+      }
+    }
+  }
+  return base_twist.vx == 0.0 && base_twist.vy == 0.0 && base_twist.wz == 0.0;
+}
+
 World::World(RobotModel robot, Kinematics kinematics)
     : robot_(std::move(robot)), kinematics_(std::move(kinematics)), chassis_(chassis_wheels(robot_)) {
   for (const GroupModel& group : robot_.groups) {
@@ -190,12 +201,24 @@ JointPositions World::positions() const {
   return result;
 }
 
-std::string World::why_not_movable(const std::string& group) const {
+std::string World::halt_reason(const std::string& group) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return why_halted(group);
+}
+
+std::string World::why_halted(const std::string& group) const {
   if (emergency_stop_) {
     return "is in emergency stop";
   }
   if (const auto error = errors_.find(group); error != errors_.end() && is_fatal(error->second.code)) {
     return "is in fatal error: " + error->second.description;
+  }
+  return "";
+}
+
+std::string World::why_not_movable(const std::string& group) const {
+  if (std::string reason = why_halted(group); !reason.empty()) {
+    return reason;
   }
   if (const auto controller = controllers_.find(group);
       controller != controllers_.end() && controller->second.released) {

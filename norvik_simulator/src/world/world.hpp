@@ -53,6 +53,8 @@ struct WorldState {
   uint64_t steps = 0;
 
   JointPositions positions() const;
+  // Neither a joint nor the base moves.
+  bool is_at_rest() const;
 };
 
 // The robot's body: joints, base, tools, controllers and their errors. Every operation may be called from any thread;
@@ -76,6 +78,8 @@ class World {
   // A code of 0 clears the error. False for an unknown group.
   bool set_error(const std::string& group, int32_t code, const std::string& description);
   std::map<std::string, GroupError> errors() const;
+  // Why nothing of a group may move, whoever drives it: a fatal error, or the emergency stop. Empty when it may.
+  std::string halt_reason(const std::string& group) const;
   // False for an unknown joint, a joint that cannot be placed (wheels, suction cups), or a position outside its range.
   bool set_frozen(const std::string& joint, bool frozen);
   bool set_position(const std::string& joint, double position);
@@ -111,6 +115,7 @@ class World {
   std::string plan_switch(const std::string& group, int id, std::vector<Action>& actions);
   void control_group(const GroupModel& group, tavrinox_proto::ControllerOption option);
 
+  std::string why_halted(const std::string& group) const;
   std::string why_not_movable(const std::string& group) const;
   void stop_group(const GroupModel& group);
   void stop_all();

@@ -193,6 +193,12 @@ std::string World::plan_frame(const FrameTarget& frame, Motion motion, double du
   if (!reference) {
     return "has unknown reference frame " + printable_name(frame.reference);
   }
+  if (!kinematics_.has_link(frame.frame)) {
+    return "has unknown frame " + printable_name(frame.frame);
+  }
+  if (followers_.count(kinematics_.moving_group(frame.frame)) == 0) {
+    return "has frame " + printable_name(frame.frame) + ", which no joint that takes targets moves";
+  }
   const auto& q = frame.orientation;
   const auto& p = frame.position;
   const KDL::Frame pose(KDL::Rotation::Quaternion(q[0], q[1], q[2], q[3]), KDL::Vector(p[0], p[1], p[2]));

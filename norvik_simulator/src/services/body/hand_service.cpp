@@ -22,6 +22,7 @@ using tavrinox_proto::TavrinoXSensor;
 constexpr size_t kJointCount = 22;
 constexpr double kHertz = 50.0;
 constexpr JointLimits kLimits = {-180.0, 180.0, 360.0};
+constexpr double kLargest = 1e9;
 constexpr const char* kFingers[] = {"thumb", "index", "middle", "ring", "little"};
 
 struct HandSide {
@@ -45,7 +46,11 @@ class Hand {
             [this](const std::shared_ptr<GroupCommand>& command, const void*) { follow(command); }, {})) {}
 
   void step(double dt) {
+    const bool halted = !environment_.world.halt_reason(side_.group).empty();
     const std::lock_guard<std::mutex> lock(mutex_);
+    if (halted) {
+      follower_.stop();
+    }
     follower_.step(dt);
   }
 
@@ -61,24 +66,29 @@ class Hand {
   void follow(const std::shared_ptr<GroupCommand>& command) {
     environment_.faults.count(topic("command_noblock"));
     Motion motion;
-    if (command && read(*command, motion)) {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      follower_.accept(motion);
-    } else {
-      environment_.world.report({{side_.group, std::string(side_.group) + " got a command that is not 22 numbers"}});
+    std::string refusal = environment_.world.halt_reason(side_.group);
+    if (refusal.empty() && !(command && read(*command, motion))) {
+      refusal = "got a command that is not 22 numbers";
     }
+    if (!refusal.empty()) {
+      environment_.world.report({{side_.group, std::string(side_.group) + " " + refusal}});
+      return;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    follower_.accept(motion);
   }
 
   static bool read(const GroupCommand& command, Motion& motion) {
     if (static_cast<size_t>(command.joint_commands_size()) != kJointCount) {
       return false;
     }
-    Waypoint waypoint{0.0, {}, std::vector<double>(kJointCount, 0.0)};
+    Waypoint waypoint;
     for (const auto& joint : command.joint_commands()) {
-      if (!(std::abs(joint.position()) <= 1e9)) {
+      if (!(std::abs(joint.position()) <= kLargest && std::abs(joint.velocity()) <= kLargest)) {
         return false;
       }
       waypoint.positions.push_back(joint.position());
+      waypoint.speeds.push_back(std::abs(joint.velocity()));
     }
     motion.blend = direct_pass();
     motion.waypoints = {waypoint};
