@@ -1,5 +1,7 @@
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdlib>
 #include <iostream>
 #include <thread>
 
@@ -8,20 +10,32 @@
 #include "options.hpp"
 #include "ovimux/ovimux.hpp"
 #include "service_table.hpp"
+#include "services/services.hpp"
 #include "simulator.hpp"
+#include "wire/occupied.hpp"
 
 namespace {
 
 using namespace norvik::simulator;
+namespace ovimux = norvik::ovimux;
 
 constexpr int kFailure = 1;
 constexpr int kUsageError = 2;
+constexpr int kOccupied = 3;
+
+// Discovery takes some 10 ms on one machine, and seldom more than 200.
+constexpr std::chrono::milliseconds kLookForOthers{400};
 
 void print_endpoints(const std::string& model) {
   static const char* const kVerbs[] = {"publishes", "subscribes", "serves"};
   for (const EndpointInfo& endpoint : endpoints_of(model)) {
     std::cout << kVerbs[static_cast<int>(endpoint.direction)] << ' ' << endpoint.name << ' ' << endpoint.type << '\n';
   }
+}
+
+std::string domain() {
+  const char* id = std::getenv("OVIMUX_DOMAIN_ID");
+  return id == nullptr || *id == '\0' ? "0" : id;
 }
 
 int complain(const std::string& reason, int status) {
@@ -35,13 +49,37 @@ void shut_down_with_stdin() {
     char discarded[256];
     while (::read(STDIN_FILENO, discarded, sizeof(discarded)) > 0) {
     }
-    norvik::ovimux::AsyncShutdown();
+    ovimux::AsyncShutdown();
   }).detach();
+}
+
+// Two robots on one domain would both carry out what one is told.
+bool is_alone(ovimux::Node& node, std::string& error) {
+  const auto occupied = find_occupied(node, {kTargetService, kControllerService}, kLookForOthers);
+  if (occupied) {
+    error = "another robot serves " + *occupied + " on DDS domain " + domain() +
+            "; end it, set another OVIMUX_DOMAIN_ID, or start with --force";
+  }
+  return !occupied;
+}
+
+int run_simulator(const Options& options, RobotModel robot, Kinematics kinematics, FaultPlan faults) {
+  std::string error;
+  auto node = ovimux::CreateNode("norvik_simulator", "");
+  if (!options.force && !is_alone(*node, error)) {
+    return complain(error, kOccupied);
+  }
+  const std::string name = robot.name;
+  Simulator simulator(options, std::move(node), std::move(robot), std::move(kinematics), std::move(faults));
+  std::cout << "norvik_simulator ready: " << name << ", hardware version " << options.robot.hardware_version << ", "
+            << options.rate << " Hz, process " << ::getpid() << std::endl;
+  simulator.run();
+  return 0;
 }
 
 int simulate(const Options& options) {
   // First, so that a signal finds its handler.
-  norvik::ovimux::OvimuxInit();
+  ovimux::OvimuxInit();
   std::string error;
   FaultPlan faults;
   if (!options.faults_file.empty()) {
@@ -59,16 +97,9 @@ int simulate(const Options& options) {
   if (options.exit_with_stdin) {
     shut_down_with_stdin();
   }
-  const std::string name = robot->name;
-  {
-    Simulator simulator(options.robot.model, std::move(*robot), std::move(*kinematics), std::move(faults),
-                        options.sensors);
-    std::cout << "norvik_simulator ready: " << name << ", hardware version " << options.robot.hardware_version << ", "
-              << options.rate << " Hz, process " << ::getpid() << std::endl;
-    simulator.run(options.rate);
-  }
-  norvik::ovimux::Clear();
-  return 0;
+  const int status = run_simulator(options, std::move(*robot), std::move(*kinematics), std::move(faults));
+  ovimux::Clear();
+  return status;
 }
 
 }  // namespace

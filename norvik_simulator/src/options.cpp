@@ -1,6 +1,7 @@
 #include "options.hpp"
 
 #include <cstdio>
+#include <regex>
 #include <CLI/CLI.hpp>
 
 namespace norvik::simulator {
@@ -34,6 +35,12 @@ std::string read_picture_size(const std::string& text, SensorSettings& sensors) 
   return "";
 }
 
+// "2.0": numbers with points between them.
+std::string check_version(const std::string& text) {
+  static const std::regex kVersion("[0-9]{1,4}([.][0-9]{1,4}){1,3}");
+  return std::regex_match(text, kVersion) ? "" : "is no version such as 2.0: " + text.substr(0, 64);
+}
+
 void declare_sensor_options(CLI::App& app, SensorSettings& sensors) {
   app.add_option_function<std::string>(
          "--camera-size", [](const std::string&) {}, "Pixels of all cameras [640x480]")
@@ -55,6 +62,7 @@ void declare_options(CLI::App& app, Options& options) {
       ->capture_default_str();
   app.add_option("--hardware-version", options.robot.hardware_version,
                  "Hardware version the robot reports; 1.x selects the first revision of the r5")
+      ->check(check_version)
       ->capture_default_str();
   app.add_option("--hand", options.robot.hand, "Dexterous hands of the k2")
       ->check(CLI::IsMember(supported_hands()))
@@ -66,6 +74,7 @@ void declare_options(CLI::App& app, Options& options) {
   app.add_option("--faults", options.faults_file, "JSON list of control commands, each with an optional \"at_s\"");
   app.add_option("--control", options.control, "Send one control command to the running simulator, print its answer");
   app.add_flag("--list", options.list, "Print every topic and service of the model, one a line");
+  app.add_flag("--force", options.force, "Start even where another robot serves already (status 3 otherwise)");
   app.add_flag("--exit-with-stdin", options.exit_with_stdin, "End when the standard input is closed");
   app.footer(kFooter);
 }

@@ -15,6 +15,7 @@ struct Options {
   std::string faults_file;
   std::optional<std::string> control;  // A command for a running simulator: send it, print the answer, end.
   bool list = false;
+  bool force = false;  // Also when another robot is on the domain.
   bool exit_with_stdin = false;
 };
 

@@ -1,6 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <set>
+
+#include "control/command_shape.hpp"
 #include "control/fault_plan.hpp"
+#include "wire/pace.hpp"
 #include "wire/wire_faults.hpp"
 
 namespace norvik::simulator {
@@ -8,7 +13,8 @@ namespace {
 
 TEST(FaultPlan, CommandsBecomeDueOnceInOrderOfTime) {
   std::string error;
-  auto plan = FaultPlan::parse(R"([{"op":"late","at_s":2},{"op":"a"},{"op":"early","at_s":1.5},{"op":"b"}])", error);
+  auto plan =
+      FaultPlan::parse(R"([{"op":"state","at_s":2},{"op":"clear"},{"op":"crash","at_s":1.5},{"op":"state"}])", error);
   ASSERT_TRUE(plan) << error;
   const auto names = [&plan](double time) {
     std::string result;
@@ -17,19 +23,100 @@ TEST(FaultPlan, CommandsBecomeDueOnceInOrderOfTime) {
     }
     return result;
   };
-  EXPECT_EQ(names(0.0), "a b ");
+  EXPECT_EQ(names(0.0), "clear state ");
   EXPECT_EQ(names(1.0), "");
-  EXPECT_EQ(names(2.0), "early late ");
+  EXPECT_EQ(names(2.0), "crash state ");
   EXPECT_EQ(names(9.0), "");
 }
 
 TEST(FaultPlan, RefusesWhatIsNoListOfCommands) {
-  for (const char* text : {"", "{", "{}", "[1]", R"([{"at_s":1}])", R"([{"op":"state","at_s":"soon"}])"}) {
-    SCOPED_TRACE(text);
+  struct Row {
+    const char* text;
+    const char* error;
+  };
+  const Row rows[] = {
+      {"", "not a JSON list of commands"},
+      {"{", "not a JSON list of commands"},
+      {"{}", "not a JSON list of commands"},
+      {"[1]", "command 1: a command is an object"},
+      {R"([{"at_s":1}])", R"(command 1: "op" is missing)"},
+      {R"([{"op":"state"},{"op":"fly"}])", "command 2: unknown op: fly"},
+      {R"([{"op":"state","at_s":"soon"}])", R"(command 1: "at_s" is not a number)"},
+      {R"([{"op":"reply","service":"x","fault":"lose","delay":1}])", R"(command 1: "delay" is no member of op reply)"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
     std::string error;
-    EXPECT_FALSE(FaultPlan::parse(text, error));
-    EXPECT_FALSE(error.empty());
+    EXPECT_FALSE(FaultPlan::parse(row.text, error));
+    EXPECT_EQ(error, row.error);
   }
+}
+
+// Every member of every command, missing and with every type of value: what passes can be carried out.
+TEST(CommandShape, TellsWhatIsWrongInItsOwnWords) {
+  using nlohmann::json;
+  const json good[] = {
+      {{"op", "error"}, {"group", "head"}, {"code", 1}, {"description", "x"}},
+      {{"op", "reply"}, {"service", "s"}, {"fault", "lose"}, {"count", -1}, {"delay_ms", 5}},
+      {{"op", "topic"},
+       {"topic", "t"},
+       {"fault", "drop"},
+       {"share", 0.5},
+       {"delay_ms", 5},
+       {"payload", ""},
+       {"repeat", 2},
+       {"at_s", 1.5}},
+      {{"op", "clock"}, {"skew_ms", -7}},
+      {{"op", "infrared"}, {"side", "left"}, {"enabled", true}},
+      {{"op", "freeze"}, {"joints", {"a", "b"}}, {"frozen", false}},
+      {{"op", "set_positions"}, {"positions", {{"a", 1}, {"b", 0.5}}}},
+      {{"op", "place_object"}, {"group", "left_gripper"}, {"width_mm", 3}},
+      {{"op", "crash"}, {"how", "abort"}},
+      {{"op", "clear"}},
+      {{"op", "state"}},
+  };
+  const json values[] = {nullptr,        true,         7,        -7,        0.5, "text", json::array(),
+                         json::object(), {{"a", "b"}}, {1, "a"}, UINT64_MAX};
+  const std::set<std::string> optional = {"description", "count", "delay_ms", "share", "payload",
+                                          "repeat",      "at_s",  "frozen",   "how"};
+  int wrong_kinds = 0;
+  for (const json& command : good) {
+    SCOPED_TRACE(command.dump());
+    EXPECT_EQ(check_shape(command), "");
+    json more = command;
+    more["colour"] = 1;
+    EXPECT_EQ(check_shape(more), "\"colour\" is no member of op " + command["op"].get<std::string>());
+    for (const auto& [member, value] : command.items()) {
+      json less = command;
+      less.erase(member);
+      EXPECT_EQ(check_shape(less), optional.count(member) != 0 ? "" : "\"" + member + "\" is missing");
+      for (const json& other : values) {
+        json changed = command;
+        changed[member] = other;
+        const std::string reason = check_shape(changed);
+        EXPECT_TRUE(reason.empty() || reason.rfind("\"" + member + "\" is not ", 0) == 0 || member == "op") << reason;
+        wrong_kinds += reason.empty() ? 0 : 1;
+      }
+    }
+  }
+  EXPECT_GT(wrong_kinds, 250);
+  json code = good[0];
+  code["code"] = INT64_C(1) << 31;
+  EXPECT_EQ(check_shape(code), "\"code\" is not a whole number of 32 bits");
+}
+
+TEST(Pace, CatchesUpWithALittleAndCountsTheRest) {
+  using namespace std::chrono_literals;
+  const Pace::Clock::time_point start{};
+  Pace pace(100.0);
+  pace.start(start);
+  EXPECT_EQ(pace.next(start + 1ms), start + 10ms);
+  EXPECT_EQ(pace.next(start + 90ms), start + 20ms);  // Eight steps late: all are caught up.
+  EXPECT_EQ(pace.dropped_s(), 0.0);
+  EXPECT_EQ(pace.next(start + 1000ms), start + 900ms);
+  EXPECT_NEAR(pace.dropped_s(), 0.87, 1e-9);
+  EXPECT_EQ(pace.next(start + 2000ms), start + 1900ms);
+  EXPECT_NEAR(pace.dropped_s(), 1.86, 1e-9);
 }
 
 TEST(WireFaults, ReplyFaultIsUsedUp) {

@@ -1,8 +1,14 @@
 // The simulator as its peers see it, without the library.
 #include <unistd.h>
+#include <fastdds/dds/domain/DomainParticipant.hpp>
+#include <fastdds/dds/domain/DomainParticipantFactory.hpp>
+#include <fastdds/dds/publisher/Publisher.hpp>
+#include <fastdds/dds/subscriber/Subscriber.hpp>
+#include <fastdds/dds/topic/TypeSupport.hpp>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <mutex>
@@ -10,9 +16,11 @@
 #include <sstream>
 #include <thread>
 
+#include "norvik/tavrinox_proto/tavrinox_command.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_controller.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_error.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_info.pb.h"
+#include "norvik/tavrinox_proto/tavrinox_sensor.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_target.pb.h"
 #include "ovimux/node.hpp"
 #include "ovimux/ovimux.hpp"
@@ -21,6 +29,7 @@
 namespace norvik::test {
 namespace {
 
+namespace dds = eprosima::fastdds::dds;
 using namespace std::chrono_literals;
 using tavrinox_proto::TavrinoXController;
 using tavrinox_proto::TavrinoXError;
@@ -102,7 +111,9 @@ class Peer {
 
 TEST(SimulatorProgram, BadArgumentsEndWithStatus2) {
   const std::string bad_file = ::testing::TempDir() + "bad_faults_" + std::to_string(::getpid());
+  const std::string unknown_op = bad_file + "_op";
   std::ofstream(bad_file) << "{\"op\":\"state\"}";
+  std::ofstream(unknown_op) << R"([{"op":"fly"}])";
   const std::vector<std::vector<std::string>> rows = {{"--model", "q7"},
                                                       {"--rate", "0"},
                                                       {"--rate", "fast"},
@@ -113,6 +124,9 @@ TEST(SimulatorProgram, BadArgumentsEndWithStatus2) {
                                                       {"--nonsense"},
                                                       {"--faults", bad_file},
                                                       {"--faults", "/no/such/file"},
+                                                      {"--faults", unknown_op},
+                                                      {"--hardware-version", "banana"},
+                                                      {"--hardware-version", "2."},
                                                       {"positional"}};
   for (const auto& arguments : rows) {
     SCOPED_TRACE(arguments[0] + " " + arguments.back());
@@ -120,6 +134,89 @@ TEST(SimulatorProgram, BadArgumentsEndWithStatus2) {
   }
   EXPECT_EQ(run_simulator({"--help"}).exit_status, 0);
   ::unlink(bad_file.c_str());
+  ::unlink(unknown_op.c_str());
+}
+
+constexpr int kOccupied = 3;
+
+TEST(SimulatorProgram, RefusesADomainThatAnotherRobotServes) {
+  SimulatorProcess first;
+  ASSERT_TRUE(first.start());
+  EXPECT_EQ(run_simulator({"--model", "r5"}).exit_status, kOccupied);
+  {
+    SimulatorProcess forced({"--model", "r5", "--force"});
+    EXPECT_TRUE(forced.start());
+    EXPECT_EQ(forced.terminate(), 0);
+  }
+  ASSERT_TRUE(first.restart());  // A robot that was killed does not stand in the way of its successor.
+  EXPECT_EQ(first.terminate(), 0);
+  EXPECT_TRUE(first.start());
+}
+
+// The type that large payloads have on the wire; no sample of it is ever made.
+class PlainType : public dds::TopicDataType {
+  using Payload = eprosima::fastrtps::rtps::SerializedPayload_t;
+
+ public:
+  PlainType() {
+    setName("ovimux_idl::data10m");
+    m_typeSize = 1024;
+  }
+  bool serialize(void*, Payload*) override { return false; }
+  bool deserialize(Payload*, void*) override { return false; }
+  std::function<uint32_t()> getSerializedSizeProvider(void*) override {
+    return [] { return 0; };
+  }
+  void* createData() override { return nullptr; }
+  void deleteData(void*) override {}
+  bool getKey(void*, eprosima::fastrtps::rtps::InstanceHandle_t*, bool) override { return false; }
+};
+
+// A robot's service that announces nothing but its endpoints, with the defaults of Fast DDS.
+class PlainServer {
+ public:
+  explicit PlainServer(const std::string& service) {
+    participant_ = factory_->create_participant(domain(), dds::PARTICIPANT_QOS_DEFAULT);
+    dds::TypeSupport(new PlainType).register_type(participant_);
+    dds::DataReaderQos reliable = dds::DATAREADER_QOS_DEFAULT;
+    reliable.reliability().kind = dds::RELIABLE_RELIABILITY_QOS;
+    participant_->create_subscriber(dds::SUBSCRIBER_QOS_DEFAULT)
+        ->create_datareader(topic(service + "__RPC__REQUEST"), reliable);
+    participant_->create_publisher(dds::PUBLISHER_QOS_DEFAULT)
+        ->create_datawriter(topic(service + "__RPC__RESPONSE"), dds::DATAWRITER_QOS_DEFAULT);
+  }
+  ~PlainServer() {
+    participant_->delete_contained_entities();
+    factory_->delete_participant(participant_);
+  }
+  PlainServer(const PlainServer&) = delete;
+  PlainServer& operator=(const PlainServer&) = delete;
+
+ private:
+  static uint32_t domain() { return static_cast<uint32_t>(std::stoul(std::getenv("OVIMUX_DOMAIN_ID"))); }
+  dds::Topic* topic(const std::string& name) {
+    return participant_->create_topic(name, "ovimux_idl::data10m", dds::TOPIC_QOS_DEFAULT);
+  }
+
+  std::shared_ptr<dds::DomainParticipantFactory> factory_ = dds::DomainParticipantFactory::get_shared_instance();
+  dds::DomainParticipant* participant_ = nullptr;
+};
+
+TEST(SimulatorProgram, RefusesADomainOfARobotOnPlainFastDds) {
+  const PlainServer robot("tavrinox/wbcs/controller_server");
+  EXPECT_EQ(run_simulator({}).exit_status, kOccupied);
+}
+
+// A machine that stands still for a while.
+TEST(SimulatorProgram, CountsTheTimeThatItDrops) {
+  SimulatorProcess simulator;
+  ASSERT_TRUE(simulator.start());
+  SimulatorControl control;
+  const double before = control.state()["dropped_s"];
+  ASSERT_EQ(::kill(simulator.pid(), SIGSTOP), 0);
+  std::this_thread::sleep_for(600ms);
+  ASSERT_EQ(::kill(simulator.pid(), SIGCONT), 0);
+  EXPECT_TRUE(eventually([&] { return control.state()["dropped_s"] > before + 0.4; }));
 }
 
 TEST(SimulatorProgram, ListNamesEveryEndpointOnce) {
@@ -180,6 +277,68 @@ TEST(SimulatorWire, MotionTakesItsTimeAndIsReported) {
   EXPECT_LT(peer.head()->error_final_pos_norm(), 0.001);
 }
 
+// What tests look at in order to see that the robot stands still.
+TEST(SimulatorWire, StateTellsOfMotion) {
+  SimulatorProcess simulator;
+  ASSERT_TRUE(simulator.start());
+  Peer peer;
+  SimulatorControl control;
+  EXPECT_EQ(control.state()["at_rest"], true);
+  EXPECT_EQ(control.state()["open_tasks"], nlohmann::json::array());
+  ASSERT_TRUE(peer.target_client->SendRequest(head_target(0.4, 1.0), 5s));
+  nlohmann::json state;
+  ASSERT_TRUE(eventually([&] { return (state = control.state())["at_rest"] == false; }));
+  EXPECT_EQ(state["open_tasks"], nlohmann::json::array({"head"}));
+  const auto& joint = state["groups"]["head"]["joints"]["head_joint1"];
+  EXPECT_NEAR(joint["velocity"], 0.4, 0.01);
+  EXPECT_EQ(joint["target"], 0.4);
+  EXPECT_EQ(state["controllers"]["head"], "head_pvt_ctrl");
+  ASSERT_TRUE(eventually([&] { return (state = control.state())["at_rest"] == true; }));
+  EXPECT_NEAR(state["groups"]["head"]["joints"]["head_joint2"]["position"], 0.4, 1e-9);
+  EXPECT_EQ(state["open_tasks"], nlohmann::json::array());
+}
+
+TEST(SimulatorWire, FatalErrorStopsASharpaHand) {
+  using tavrinox_proto::GroupCommand;
+  SimulatorProcess simulator;
+  ASSERT_TRUE(simulator.start());
+  SimulatorControl control;
+  const auto node = ovimux::CreateNode("hand", "");
+  std::atomic<double> position{0.0};
+  std::atomic<double> velocity{0.0};
+  const auto reader = node->CreateReader<tavrinox_proto::TavrinoXSensor>(
+      "/endtool/sharpa_dexhand_L/joint",
+      [&](const std::shared_ptr<tavrinox_proto::TavrinoXSensor>& message, const void*) {
+        const auto& hand = message->joint_sensor_map().at("left_dexhand");
+        position = hand.position(0);
+        velocity = hand.velocity(0);
+      },
+      {});
+  const auto writer = node->CreateWriter<GroupCommand>("/endtool/sharpa_dexhand_L/command_noblock", {});
+  const auto command = std::make_shared<GroupCommand>();
+  for (int i = 0; i < 22; ++i) {
+    command->add_joint_commands()->set_position(100.0);
+    command->mutable_joint_commands(i)->set_velocity(50.0);
+  }
+  ASSERT_TRUE(eventually([&] { return writer->Publish(command) && position > 1.0; }));
+  const auto fault = [&](int code) {
+    ASSERT_TRUE(control.send({{"op", "error"}, {"group", "left_dexhand"}, {"code", code}})["ok"]);
+  };
+  fault(0x30000);
+  ASSERT_TRUE(eventually([&] { return velocity == 0.0; }));
+  const double stopped_at = position;
+  EXPECT_LT(stopped_at, 95.0);
+  const int heard = control.state()["counters"]["/endtool/sharpa_dexhand_L/command_noblock"];
+  ASSERT_TRUE(writer->Publish(command));
+  ASSERT_TRUE(
+      eventually([&] { return control.state()["counters"]["/endtool/sharpa_dexhand_L/command_noblock"] > heard; }));
+  const int steps = control.state()["steps"];
+  ASSERT_TRUE(eventually([&] { return control.state()["steps"] > steps + 20; }));
+  EXPECT_EQ(position, stopped_at);
+  fault(0);
+  ASSERT_TRUE(eventually([&] { return writer->Publish(command) && position > stopped_at + 1.0; }));
+}
+
 TEST(SimulatorWire, FaultsOfReplies) {
   SimulatorProcess simulator;
   ASSERT_TRUE(simulator.start());
@@ -228,13 +387,14 @@ TEST(SimulatorWire, SurvivesGarbage) {
     EXPECT_EQ(error.error_map().empty(), bytes.empty());  // No bytes are a message that asks for nothing.
   }
   for (const char* text :
-       {"", "{", "[]", "7", "{\"op\":7}", "{\"op\":\"fly\"}", "{\"op\":\"error\",\"group\":\"head\"}",
+       {"", "{", "[]", "7", "{}", "{\"op\":7}", "{\"op\":\"fly\"}", "{\"op\":\"error\",\"group\":\"head\"}",
         "{\"op\":\"topic\",\"topic\":\"x\",\"fault\":\"silent\"}", "\xff\xfe",
         "{\"op\":\"set_positions\",\"positions\":{\"head_joint1\":9}}"}) {
     SCOPED_TRACE(text);
     const auto answer = control.send_text(text);
     EXPECT_EQ(answer.value("ok", true), false);
     EXPECT_NE(answer.value("error", ""), "");
+    EXPECT_EQ(answer.value("error", "").find("json.exception"), std::string::npos);
   }
   EXPECT_EQ(control.state()["ok"], true);
 }

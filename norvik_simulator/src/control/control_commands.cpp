@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "control/command_shape.hpp"
+
 namespace norvik::simulator {
 
 namespace {
@@ -149,16 +151,45 @@ json crash(Environment& /*environment*/, const json& command) {
   ::_exit(1);
 }
 
+json describe_progress(const MotionProgress& progress) {
+  return {{"sampling_finished", progress.sampling_finished},
+          {"target_finished", progress.target_finished},
+          {"percent", progress.percent},
+          {"target_id", progress.target_id}};
+}
+
+json describe_group(const GroupState& group) {
+  json joints = json::object();
+  for (size_t i = 0; i < group.joints.size(); ++i) {
+    const JointMotion& joint = group.joints[i];
+    joints[group.joint_names[i]] = {
+        {"position", joint.position}, {"velocity", joint.velocity}, {"target", joint.target_position}};
+  }
+  json result = describe_progress(group.progress);
+  result.update({{"final_error", group.final_error}, {"effort", group.effort}, {"joints", joints}});
+  return result;
+}
+
 json describe_groups(const WorldState& state) {
   json groups = json::object();
   for (const GroupState& group : state.groups) {
-    groups[group.name] = {{"sampling_finished", group.progress.sampling_finished},
-                          {"target_finished", group.progress.target_finished},
-                          {"percent", group.progress.percent},
-                          {"final_error", group.final_error},
-                          {"target_id", group.progress.target_id}};
+    groups[group.name] = describe_group(group);
   }
   return groups;
+}
+
+// What the robot is still on the way to: groups, the base among them, and the task of the end effectors.
+json open_tasks(const WorldState& state) {
+  json open = json::array();
+  for (const GroupState& group : state.groups) {
+    if (!group.progress.sampling_finished) {
+      open.push_back(group.name);
+    }
+  }
+  if (!state.wbc_progress.sampling_finished) {
+    open.push_back("wbc");
+  }
+  return open;
 }
 
 json describe(Environment& environment, const json& /*command*/) {
@@ -173,11 +204,15 @@ json describe(Environment& environment, const json& /*command*/) {
       {"model", environment.world.robot().name},
       {"steps", state.steps},
       {"joints", state.positions()},
+      {"at_rest", state.is_at_rest()},
       {"groups", describe_groups(state)},
+      {"tasks", {{"wbc", describe_progress(state.wbc_progress)}}},
+      {"open_tasks", open_tasks(state)},
       {"base", {{"x", pose.x}, {"y", pose.y}, {"yaw", pose.yaw}, {"vx", twist.vx}, {"vy", twist.vy}, {"wz", twist.wz}}},
       {"errors", errors},
       {"controllers", state.controllers},
       {"emergency_stop", state.emergency_stop},
+      {"dropped_s", environment.pace.dropped_s()},
       {"volume", environment.speaker.volume()},
       {"speaker", environment.speaker.streams()},
       {"counters", environment.faults.counters()}};
@@ -207,10 +242,9 @@ json failure(const std::string& error) { return {{"ok", false}, {"error", error}
 
 json run_control_command(Environment& environment, const json& command) {
   try {
-    const auto name = command.at("op").get<std::string>();
-    const auto operation = operations().find(name);
-    require(operation != operations().end(), "unknown op: " + name);
-    json answer = operation->second(environment, command);
+    const std::string misshapen = check_shape(command);
+    require(misshapen.empty(), misshapen);
+    json answer = operations().at(command["op"].get<std::string>())(environment, command);
     answer["ok"] = true;
     return answer;
   } catch (const std::exception& error) {

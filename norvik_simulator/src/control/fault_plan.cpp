@@ -4,6 +4,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "control/command_shape.hpp"
+
 namespace norvik::simulator {
 
 std::optional<FaultPlan> FaultPlan::load(const std::string& path, std::string& error) {
@@ -29,13 +31,11 @@ std::optional<FaultPlan> FaultPlan::parse(const std::string& text, std::string& 
   }
   FaultPlan plan;
   for (const nlohmann::json& command : list) {
-    const auto at = command.is_object() ? command.value("at_s", nlohmann::json(0.0)) : nlohmann::json();
-    if (!at.is_number() || !command.contains("op")) {
-      error =
-          "command " + std::to_string(plan.entries_.size() + 1) + " is no object with \"op\", or \"at_s\" is no number";
+    if (const std::string reason = check_shape(command); !reason.empty()) {
+      error = "command " + std::to_string(plan.entries_.size() + 1) + ": " + reason;
       return std::nullopt;
     }
-    plan.entries_.push_back({at.get<double>(), command});
+    plan.entries_.push_back({command.value("at_s", 0.0), command});
   }
   std::reverse(plan.entries_.begin(), plan.entries_.end());
   std::stable_sort(plan.entries_.begin(), plan.entries_.end(),

@@ -13,8 +13,8 @@ class FaultPlan {
  public:
   FaultPlan() = default;
 
-  // Empty, with a reason, when the file cannot be read or is no such list. What the commands say is checked when they
-  // are carried out.
+  // Empty, with a reason, when the file cannot be read, is no such list, or holds a command that no robot could carry
+  // out. Whether this one has the group, joint or topic is seen when the command is carried out.
   static std::optional<FaultPlan> load(const std::string& path, std::string& error);
   static std::optional<FaultPlan> parse(const std::string& text, std::string& error);
 

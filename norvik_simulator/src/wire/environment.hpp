@@ -6,6 +6,7 @@
 #include "sight/sensor_settings.hpp"
 #include "wire/delay_queue.hpp"
 #include "wire/endpoint_info.hpp"
+#include "wire/pace.hpp"
 #include "wire/wire_faults.hpp"
 #include "world/speaker.hpp"
 #include "world/world.hpp"
@@ -22,6 +23,7 @@ struct Environment {
   InfraredMode& infrared;
   Speaker& speaker;
   const std::vector<EndpointInfo>& endpoints;  // Of this model.
+  const Pace& pace;
 };
 
 }  // namespace norvik::simulator
