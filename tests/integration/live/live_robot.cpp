@@ -92,15 +92,23 @@ bool LiveRobot::hears_sharpa_commands() {
          });
 }
 
+// Asks for nothing that could tell the base which controller it has.
+bool LiveRobot::takes_targets() {
+  sdk::TavrinoXTarget target;
+  auto& head = target.target_group_trajectory_map["head"];
+  head.target_config = {255, 14, 0, 1, "", {}};
+  head.joint_names = {"head_joint1", "head_joint2"};
+  head.group_commands = {{0.1, std::vector<sdk::JointCommand>(2)}};
+  const auto report = robot_.RequestTarget(target);
+  return report && report->errors.empty();
+}
+
 bool LiveRobot::restart_simulator() {
   const int64_t last_ns = robot_.get_odom()->timestamp_ns;
   // The stream is back when odometry is newer than what the dead one sent, and both services answer.
   return simulator_.restart() && eventually([&] { return robot_.get_odom()->timestamp_ns > last_ns; }) &&
          eventually([this] { return robot_.start_controller("left_arm") == ControlStatus::SUCCESS; }) &&
-         eventually([this] {
-           return robot_.set_base_pose(0, 0, 0, "odom", "odom", 0.1, false, 1) == ControlStatus::SUCCESS;
-         }) &&
-         hears_sharpa_commands();
+         eventually([this] { return takes_targets(); }) && hears_sharpa_commands();
 }
 
 std::string LiveRobot::log_path() const {

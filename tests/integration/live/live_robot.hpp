@@ -69,6 +69,7 @@ class LiveRobot {
   bool becomes_ready(bool with_errors);
   bool reports_errors() const;
   bool hears_sharpa_commands();
+  bool takes_targets();
   std::string log_path() const;
 
   const Setup setup_;

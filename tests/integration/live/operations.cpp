@@ -23,7 +23,8 @@ Operation::Operation(std::string name_, std::string group_, std::string endpoint
       endpoint(std::move(endpoint_)),
       accepted{std::move(call), told},
       unheard(told),
-      faulty(told) {}
+      faulty(told),
+      restarted(told) {}
 
 Operation& Operation::refuses(Call call, const std::string& text, const std::string& answer) {
   refused = {std::move(call), error(answer, text)};
@@ -50,6 +51,17 @@ Operation& Operation::waits(const Call& call, const Told& done, const std::optio
   return *this;
 }
 
+Operation& Operation::cut_short(const Call& slow, const Told& by_fault, const Told& by_stop) {
+  failed = {slow, by_fault};
+  stopped = {slow, by_stop};
+  return *this;
+}
+
+Operation& Operation::after_restart(const Told& told) {
+  restarted = told;
+  return *this;
+}
+
 namespace {
 
 using Operations = std::vector<Operation>;
@@ -57,6 +69,7 @@ using Operations = std::vector<Operation>;
 constexpr const char* kTargets = "tavrinox/wbcs/target";
 constexpr const char* kTargetServer = "tavrinox/wbcs/target_server";
 constexpr const char* kControllerServer = "tavrinox/wbcs/controller_server";
+constexpr double kSlow = 3.0;  // seconds that a motion takes which is cut short
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
@@ -69,10 +82,10 @@ double far_from(double position, double one, double other) {
   return std::abs(position - one) > std::abs(position - other) ? one : other;
 }
 
-// One point 0.4 s ahead, for the whole group.
-sdk::Trajectory trajectory(NorvikRobot& robot, const std::string& group) {
+// One point for the whole group.
+sdk::Trajectory trajectory(NorvikRobot& robot, const std::string& group, double time_s = 0.4) {
   const auto joints = robot.get_joint_positions({group});
-  sdk::Trajectory result{{{0.4, std::vector<JointCommand>(joints.size())}}, {group}, {}};
+  sdk::Trajectory result{{{time_s, std::vector<JointCommand>(joints.size())}}, {group}, {}};
   result.points[0].joint_command_vec[0].position = far_from(joints[0], 0.3, -0.3);
   return result;
 }
@@ -81,14 +94,14 @@ Operations joint_operations() {
   const auto set_point = [](double time_s) {
     return status_of([=](auto& robot) { return robot.set_joint_commands({{0.1}, {0.1}}, {"head"}, {}, time_s); });
   };
-  const auto positions = [](bool blocking, double timeout_s) {
+  const auto positions = [](bool blocking, double timeout_s, double speed = 1.0) {
     return status_of([=](auto& robot) {
       const double pan = far_from(robot.get_joint_positions({"head"})[0], 0.3, -0.3);
-      return robot.set_joint_positions({pan, 0.1}, {"head"}, {}, blocking, 1.0, timeout_s);
+      return robot.set_joint_positions({pan, 0.1}, {"head"}, {}, blocking, speed, timeout_s);
     });
   };
-  const auto whole = [](bool blocking) {
-    return status_of([=](auto& r) { return r.execute_joint_trajectory(trajectory(r, "left_arm"), blocking); });
+  const auto whole = [](bool blocking, double time_s = 0.4) {
+    return status_of([=](auto& r) { return r.execute_joint_trajectory(trajectory(r, "left_arm", time_s), blocking); });
   };
   return {
       Operation("set_joint_commands", "head", kTargets, set_point(0.2), kSuccess)
@@ -108,25 +121,30 @@ Operations joint_operations() {
           .looks(kFatal)
           .asks(error("FAULT", "set_joint_positions fault"), error("TIMEOUT", "set_joint_positions dispatch fail"))
           .waits(positions(true, 2.0), info("set_joint_positions success"),
-                 error("TIMEOUT", "set_joint_positions timeout")),
+                 error("TIMEOUT", "set_joint_positions timeout"))
+          .cut_short(positions(true, 5.0, 0.1), error("FAULT", "set_joint_positions fault"),
+                     error("TIMEOUT", "set_joint_positions timeout")),
       Operation("execute_joint_trajectory", "left_arm", kTargetServer, whole(false), kSuccess)
           .refuses(status_of([](auto& robot) { return robot.execute_joint_trajectory({}); }), "trajectory invalid")
           .looks(kFatal)
           .asks(error("FAULT", "execute_joint_trajectory fault"),
                 error("TIMEOUT", "execute_joint_trajectory dispatch fail"))
           .waits(whole(true), info("execute_joint_trajectory success"),
-                 error("TIMEOUT", "execute_joint_trajectory timeout")),
+                 error("TIMEOUT", "execute_joint_trajectory timeout"))
+          .cut_short(whole(true, kSlow), error("FAULT", "execute_joint_trajectory fault"),
+                     error("TIMEOUT", "execute_joint_trajectory timeout")),
   };
 }
 
 Operation gripper_operation() {
-  const auto move = [](bool blocking) {
+  const auto move = [](bool blocking, double velocity = 0.1) {
     return status_of([=](auto& robot) {
       const auto state = robot.get_gripper_state("left_gripper");
       const double width = far_from(state ? state->width : 0.05, 0.02, 0.08);
-      return robot.set_gripper_command("left_gripper", width, 0.1, 30.0, blocking);
+      return robot.set_gripper_command("left_gripper", width, velocity, 30.0, blocking);
     });
   };
+  const Told late = error("TIMEOUT", "set_gripper_command timeout");
   const Told fault = error("FAULT", "set_gripper_command fault");
   return Operation("set_gripper_command", "left_gripper", kTargetServer, move(false),
                    info("set_gripper_command success"))
@@ -134,7 +152,8 @@ Operation gripper_operation() {
                "Invalid input: width_m=0.02, velocity_mps=0.21, effort=30")
       .looks(fault)
       .asks(fault, kNoReply)
-      .waits(move(true), info("set_gripper_command done"), error("TIMEOUT", "set_gripper_command timeout"));
+      .waits(move(true), info("set_gripper_command done"), late)
+      .cut_short(move(true, 0.03 / kSlow), fault, late);
 }
 
 // A cup whose controller is silent counts as commanded.
@@ -161,14 +180,15 @@ struct Hand {
   Told faulty;
 };
 
-Call hand_call(const Hand& hand, bool blocking) {
+// `velocity` of each joint, in the hand's own unit; 0 leaves it to the hand.
+Call hand_call(const Hand& hand, bool blocking, double velocity = 0.0) {
   return status_of([=](auto& robot) {
     sdk::DexhandState state;
     robot.get_dexhand_state(hand.group, state, hand.type);
     const auto& joints = state.joint_state.joint_states;
     const double position = far_from(joints.empty() ? 0.0 : joints[0].position, 0.0, hand.farthest);
-    return robot.set_dexhand_command(hand.group, std::vector<JointCommand>(hand.joints, {position}), hand.type,
-                                     blocking);
+    return robot.set_dexhand_command(hand.group, std::vector<JointCommand>(hand.joints, {position, velocity}),
+                                     hand.type, blocking);
   });
 }
 
@@ -176,15 +196,22 @@ Operation hand_operation(const Hand& hand) {
   const bool whole_body = hand.endpoint == kTargets;           // The other one needs no errors reported.
   const bool can_be_late = hand.type != DexHandType::BRAINCO;  // All of its range counts as arrived.
   const Told late = error("TIMEOUT", hand.operation + " timeout");
-  return Operation("set_dexhand_command (" + hand.make + ")", hand.group, hand.endpoint, hand_call(hand, false),
-                   kSuccess)
+  const Told done = info(hand.operation + " done");
+  Operation operation("set_dexhand_command (" + hand.make + ")", hand.group, hand.endpoint, hand_call(hand, false),
+                      kSuccess);
+  operation
       .refuses(status_of([=](auto& robot) {
                  const std::vector<JointCommand> commands(hand.joints, {hand.bad_position});
                  return robot.set_dexhand_command(hand.group, commands, hand.type);
                }),
                hand.bad_text)
       .looks(hand.faulty, whole_body ? error("COMM_DISCONNECTED", "get error info fail") : kSuccess)
-      .waits(hand_call(hand, true), info(hand.operation + " done"), can_be_late ? std::optional(late) : std::nullopt);
+      .waits(hand_call(hand, true), done, can_be_late ? std::optional(late) : std::nullopt);
+  if (can_be_late) {  // A hand outside the whole-body controller is not stopped with everything else.
+    operation.cut_short(hand_call(hand, true, hand.farthest / 2.0 / kSlow), error("FAULT", hand.operation + " fault"),
+                        whole_body ? late : done);
+  }
+  return operation;
 }
 
 const Hand kInspire = {
@@ -245,23 +272,32 @@ Operations base_operations(const std::string& chassis) {
   const auto drive = [](double vx, double duration_s) {
     return status_of([=](auto& robot) { return robot.set_base_velocity({vx, 0, 0}, {0, 0, 0}, duration_s); });
   };
-  const auto move = [](const char* reference, bool blocking) {
-    return status_of([=](auto& robot) { return robot.set_base_pose(0.1, 0, 0, "odom", reference, 0.3, blocking, 1); });
+  const auto move = [](const char* reference, bool blocking, double time_s = 0.3) {
+    return status_of([=](auto& robot) {
+      const auto odom = robot.get_odom();
+      const double x = far_from(odom ? odom->position[0] : 0.0, 0.1, -0.1);
+      return robot.set_base_pose(x, 0, 0, "odom", reference, time_s, blocking, 1);
+    });
   };
+  const Told stop_refused = error("FAULT", "stop_base fault");
   return {
       Operation("set_base_velocity", chassis, kTargets, drive(0.1, 0.0), info("set_base_velocity success"))
           .refuses(drive(5.0, 0.0), "linear_velocity out of range, expect vx,vy in (-5,5), got vx=5, vy=0")
           .looks(kFatal)
-          .waits(drive(0.1, 0.3), info("stop_base success")),
+          .waits(drive(0.1, 0.3), info("stop_base success"))
+          .cut_short(drive(0.1, kSlow), kFatal, info("stop_base success"))
+          .after_restart(info("set_base_velocity success")),
       Operation("set_base_pose", chassis, kTargetServer, move("odom", false), info("set_base_pose success"))
           .refuses(move("rel(0)", false), "set_base_pose invalid frame_id/reference_frame_id: odom  /  rel(0)")
           .looks(error("FAULT", "switch controller mode to 0 fail"))
           .asks(error("FAULT", "set_base_pose fault"), error("TIMEOUT", "set_base_pose dispatch fail"))
-          .waits(move("odom", true), info("set_base_pose success")),
+          .waits(move("odom", true), info("set_base_pose success"))
+          .cut_short(move("odom", true, kSlow), info("set_base_pose success"), info("set_base_pose success")),
       Operation("stop_base", chassis, kTargetServer, status_of([](auto& robot) { return robot.stop_base(); }),
                 info("stop_base success"))
           .looks(kFatal)
-          .asks(error("FAULT", "stop_base fault"), error("TIMEOUT", "stop_base dispatch fail")),
+          .asks(stop_refused, error("TIMEOUT", "stop_base dispatch fail"))
+          .after_restart(stop_refused),
   };
 }
 

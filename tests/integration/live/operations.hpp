@@ -43,6 +43,10 @@ struct Operation {
   Operation& asks(const Told& rejected_, const Told& silence_);
   // Can wait for its motion; without `late` nothing keeps that from ending.
   Operation& waits(const Call& call, const Told& done, const std::optional<Told>& late = {});
+  // Waits for the motion of `slow`, some seconds, when its group fails, or when somebody stops all motion.
+  Operation& cut_short(const Call& slow, const Told& by_fault, const Told& by_stop);
+  // Tells something else when the robot was restarted after its base had been driven by velocity.
+  Operation& after_restart(const Told& told);
 
   bool looks_at_errors() const { return unheard.answer != accepted.told.answer; }
 
@@ -57,6 +61,9 @@ struct Operation {
   std::optional<Told> silence;
   std::optional<Attempt> arrived;
   std::optional<Attempt> timed_out;
+  std::optional<Attempt> failed;   // the group fails during the wait
+  std::optional<Attempt> stopped;  // another thread stops all motion during the wait
+  Told restarted;
 };
 
 // The operations of one robot, in an order in which each leaves the robot fit for the next.
