@@ -11,7 +11,7 @@ constexpr uint32_t kInitialTypeSize = 512;
 }  // namespace
 
 EnvelopeType::EnvelopeType(bool large) : bound_(static_cast<size_t>(large ? kLargePayloadBound : kSmallPayloadBound)) {
-  setName(large ? "ovimux_idl::data10m" : "ovimux_idl::data64k");
+  setName(large ? kLargeEnvelopeName : kSmallEnvelopeName);
   m_typeSize = kInitialTypeSize;
   m_isGetKeyDefined = false;
   auto_fill_type_object(false);

@@ -10,6 +10,10 @@ namespace norvik::ovimux {
 inline constexpr int32_t kSmallPayloadBound = 65536;
 inline constexpr int32_t kLargePayloadBound = 10485100;
 
+// The names of the envelopes as DDS types.
+inline constexpr const char* kSmallEnvelopeName = "ovimux_idl::data64k";
+inline constexpr const char* kLargeEnvelopeName = "ovimux_idl::data10m";
+
 // What writes a message straight into the buffer that DDS sends, which saves a copy of the payload.
 class PayloadSource {
  public:
