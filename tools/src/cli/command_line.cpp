@@ -1,8 +1,11 @@
 #include "cli/command_line.hpp"
 
+#include <iostream>
+#include <sstream>
 #include <CLI/CLI.hpp>
 #include <norvik_sdk/version.hpp>
 
+#include "cli/output.hpp"
 #include "model/model_channels.hpp"
 
 namespace norvik::tools {
@@ -15,7 +18,8 @@ Environment:
   OVIMUX_DOMAIN_ID           DDS domain, 0 (default) to 232
   OVIMUX_LOCALHOST_ONLY=1    talk to this machine only
 
-Exit status: 0 done, 1 nothing found or received, or problems found, 2 wrong usage.
+Exit status: 0 done, 1 nothing found or received, or problems found, 2 wrong usage, 130 interrupted (128 and the
+number of the signal), 141 the reader of the output went away.
 
 Examples:
   norvik topics --rate
@@ -88,7 +92,10 @@ ParsedCommandLine parse_command_line(int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return {std::nullopt, app.exit(error) == 0 ? kSuccess : kUsageError};
+    std::ostringstream wanted;  // Help and version.
+    const int status = app.exit(error, wanted, std::cerr) == 0 ? kSuccess : kUsageError;
+    print(wanted.str());
+    return {std::nullopt, status};
   }
   return {command, kSuccess};
 }

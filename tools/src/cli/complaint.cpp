@@ -4,18 +4,23 @@
 
 #include <nlohmann/json.hpp>
 
+#include "cli/interrupt.hpp"
 #include "cli/options.hpp"
+#include "cli/output.hpp"
 
 namespace norvik::tools {
 
 int complain(const CommonOptions& common, const Complaint& complaint) {
+  if (is_interrupted()) {
+    return kFailure;  // Nobody waits for the reason.
+  }
   if (common.json) {
-    std::cout << nlohmann::ordered_json{{"error", complaint.text}, {"hints", complaint.hints}} << std::endl;
+    print_json({{"error", complaint.text}, {"hints", complaint.hints}});
     return kFailure;
   }
-  std::cerr << "norvik: " << complaint.text << '\n';
+  std::cerr << "norvik: " << without_controls(complaint.text) << '\n';
   for (const std::string& hint : complaint.hints) {
-    std::cerr << "  " << hint << '\n';
+    std::cerr << "  " << without_controls(hint) << '\n';
   }
   return kFailure;
 }

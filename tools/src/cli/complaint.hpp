@@ -13,7 +13,8 @@ struct Complaint {
   std::vector<std::string> hints;
 };
 
-// Prints it, on the standard error or as JSON on the standard output. Returns the exit status of a failure.
+// Prints it, on the standard error or as JSON on the standard output. Says nothing when interrupted.
+// Returns the exit status of a failure.
 int complain(const CommonOptions& common, const Complaint& complaint);
 
 }  // namespace norvik::tools

@@ -16,7 +16,7 @@ struct CommonOptions {
   std::optional<int> domain;  // Unset: OVIMUX_DOMAIN_ID, else 0.
   bool local = false;
   bool json = false;
-  double timeout_s = 3.0;  // For processes, topics and first messages to appear; 0: no limit.
+  double timeout_s = 5.0;  // For processes, topics and first messages to appear; 0: no limit.
 };
 
 struct TopicsOptions {

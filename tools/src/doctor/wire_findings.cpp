@@ -15,40 +15,9 @@ namespace norvik::tools {
 namespace {
 
 constexpr double kNoticeableClockDifference = 0.05;
-constexpr double kHarmfulClockDifference = 1.0;
-
-// Why a sender and a receiver of one channel do not match; empty if they do.
-std::string mismatch(const Endpoint& sender, const Endpoint& receiver) {
-  if (sender.large != receiver.large) {
-    return fmt::format("one side uses the {} envelope, the other does not", sender.large ? "large" : "small");
-  }
-  if (receiver.latched && !sender.latched) {
-    return "the reader asks for the last message of before its start, the writer does not keep it";
-  }
-  if (sender.type != kRawType && receiver.type != kRawType && sender.type != receiver.type) {
-    return fmt::format("{} is sent, {} is expected", sender.type, receiver.type);
-  }
-  return "";
-}
-
-bool are_counterparts(const Endpoint& sender, const Endpoint& receiver) {
-  return (sender.role == Role::kPublishes && receiver.role == Role::kReads) ||
-         (sender.role == Role::kServes && receiver.role == Role::kCalls);
-}
-
-void judge_channel(const Channel& channel, Findings& findings) {
-  for (const Endpoint& sender : channel.endpoints) {
-    for (const Endpoint& receiver : channel.endpoints) {
-      const std::string reason = are_counterparts(sender, receiver) ? mismatch(sender, receiver) : "";
-      if (!reason.empty()) {
-        findings.push_back(
-            {Level::kProblem, "mismatch",
-             fmt::format("\"{}\" of {} does not reach {}: {}", channel.name, sender.owner(), receiver.owner(), reason),
-             "run programs of the same release on both sides"});
-      }
-    }
-  }
-}
+constexpr double kHarmfulClockDifference = 0.5;
+// What a robot reports that was not told its own model.
+constexpr const char* kUntold = "unknown_robot_type";
 
 bool is_offered(const std::vector<Channel>& channels, const ModelChannel& wanted) {
   return std::any_of(channels.begin(), channels.end(),
@@ -64,9 +33,34 @@ Finding judge_presence(const std::vector<std::string>& missing, const std::strin
           remedy};
 }
 
+// Not of an empty list.
+double median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
 std::string text_of(const nlohmann::ordered_json& report, const char* key) {
   const auto value = report.find(key);
   return value != report.end() && value->is_string() ? value->get<std::string>() : "";
+}
+
+// Lower case; a number for a model that this release has no name for, empty when the robot does not tell.
+std::string robot_type(const nlohmann::ordered_json& onboard_config) {
+  const auto value = onboard_config.find("robot_type");
+  if (value != onboard_config.end() && value->is_number_integer()) {
+    return "model number " + value->dump();
+  }
+  std::string type = text_of(onboard_config, "robot_type");
+  std::transform(type.begin(), type.end(), type.begin(), [](unsigned char c) { return std::tolower(c); });
+  return type == kUntold ? "" : type;
+}
+
+std::string remedy_for_model(const std::string& type) {
+  const auto& known = known_models();
+  return std::find(known.begin(), known.end(), type) != known.end()
+             ? "norvik doctor --model " + type
+             : fmt::format("this release commands {} only", fmt::join(known, " and "));
 }
 
 }  // namespace
@@ -83,13 +77,25 @@ Finding judge_silence(int domain, const std::map<int, std::string>& other_domain
   return finding;
 }
 
-Findings judge_compatibility(const std::vector<Channel>& channels) {
-  Findings findings;
+Findings judge_servers(const std::vector<Channel>& channels) {
+  std::map<std::vector<std::string>, std::vector<std::string>> services;  // By the texts of their servers.
   for (const Channel& channel : channels) {
-    judge_channel(channel, findings);
+    std::vector<std::string> servers;
+    for (const Endpoint& endpoint : channel.endpoints) {
+      if (endpoint.role == Role::kServes) {
+        servers.push_back(endpoint.owner.text());
+      }
+    }
+    if (servers.size() > 1) {
+      services[servers].push_back(channel.name);
+    }
   }
-  if (findings.empty()) {
-    findings.push_back({Level::kOk, "channels", fmt::format("{}, writers and readers fit", channels.size()), ""});
+  Findings findings;
+  for (const auto& [servers, names] : services) {
+    findings.push_back({Level::kProblem, "servers",
+                        fmt::format("\"{}\" {} answered by {} servers: {}", fmt::join(names, "\", \""),
+                                    names.size() == 1 ? "is" : "are", servers.size(), fmt::join(servers, ", ")),
+                        "stop all but one, or give each robot an OVIMUX_DOMAIN_ID of its own"});
   }
   return findings;
 }
@@ -98,8 +104,8 @@ Findings judge_model(const std::vector<Channel>& channels, const std::string& mo
   std::vector<std::string> essential;
   std::vector<std::string> sensors;
   for (const ModelChannel& wanted : channels_of_model(model)) {
-    if (!is_offered(channels, wanted)) {
-      (wanted.essential ? essential : sensors).push_back(wanted.name);
+    if (wanted.need != Need::kOptional && !is_offered(channels, wanted)) {
+      (wanted.need == Need::kEssential ? essential : sensors).push_back(wanted.name);
     }
   }
   return {judge_presence(essential, "essential channels of a " + model, Level::kProblem,
@@ -108,9 +114,10 @@ Findings judge_model(const std::vector<Channel>& channels, const std::string& mo
                          "check that the sensors you need are switched on")};
 }
 
-Findings judge_clocks(const std::map<std::string, double>& least_latency_s) {
+Findings judge_clocks(const std::map<std::string, std::vector<double>>& least_latencies_s) {
   Findings findings;
-  for (const auto& [process, difference_s] : least_latency_s) {
+  for (const auto& [process, least_s] : least_latencies_s) {
+    const double difference_s = median(least_s);
     const double size_s = std::abs(difference_s);
     if (size_s >= kNoticeableClockDifference) {
       findings.push_back(
@@ -119,10 +126,10 @@ Findings judge_clocks(const std::map<std::string, double>& least_latency_s) {
            "sudo chronyc makestep  # on the machine that is wrong"});
     }
   }
-  if (findings.empty() && !least_latency_s.empty()) {
+  if (findings.empty() && !least_latencies_s.empty()) {
     findings.push_back(
         {Level::kOk, "clock",
-         fmt::format("{} processes agree within {:.0f} ms", least_latency_s.size(), kNoticeableClockDifference * 1e3),
+         fmt::format("{} processes agree within {:.0f} ms", least_latencies_s.size(), kNoticeableClockDifference * 1e3),
          ""});
   }
   return findings;
@@ -140,16 +147,19 @@ Findings judge_losses(const std::map<std::string, uint64_t>& lost) {
 }
 
 Findings judge_robot(const nlohmann::ordered_json& onboard_config, const std::string& model) {
-  std::string type = text_of(onboard_config, "robot_type");
-  std::transform(type.begin(), type.end(), type.begin(), [](unsigned char c) { return std::tolower(c); });
+  const std::string type = robot_type(onboard_config);
   Findings findings = {
       {Level::kOk, "robot",
-       fmt::format("{} \"{}\", hardware {}, software {}", type, text_of(onboard_config, "robot_name"),
-                   text_of(onboard_config, "robot_hardware_version"), text_of(onboard_config, "mainline_version")),
+       fmt::format("{} \"{}\", hardware {}, software {}", type.empty() ? "unknown model" : type,
+                   text_of(onboard_config, "robot_name"), text_of(onboard_config, "robot_hardware_version"),
+                   text_of(onboard_config, "mainline_version")),
        ""}};
-  if (!model.empty() && !type.empty() && type != model) {
-    findings.push_back({Level::kProblem, "robot", fmt::format("the robot is a {}, not a {}", type, model),
-                        fmt::format("norvik doctor --model {}", type)});
+  if (!model.empty() && type.empty()) {
+    findings.push_back({Level::kWarning, "robot", "the robot does not tell which model it is",
+                        "norvik echo /norvik/mission_manager/onboard_config"});
+  } else if (!model.empty() && type != model) {
+    findings.push_back(
+        {Level::kProblem, "robot", fmt::format("the robot is a {}, not a {}", type, model), remedy_for_model(type)});
   }
   if (const auto stop = onboard_config.find("emergency_stop"); stop != onboard_config.end() && *stop == true) {
     findings.push_back({Level::kWarning, "robot", "the emergency stop is pressed: no motion is carried out",

@@ -38,6 +38,8 @@ struct HostFacts {
 HostFacts read_host_facts();
 
 std::vector<InterfaceFacts> read_interfaces();
+// Of all interfaces, IPv4.
+std::vector<std::string> list_addresses();
 SharedMemoryFacts read_shared_memory(const std::string& folder);
 
 // Empty when the variable or file is missing.

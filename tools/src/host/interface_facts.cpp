@@ -42,8 +42,10 @@ bool try_multicast(in_addr interface) {
   return ::poll(&polled, 1, kArrivalLimitMs) == 1;
 }
 
+in_addr address_of(const ifaddrs& entry) { return reinterpret_cast<const sockaddr_in*>(entry.ifa_addr)->sin_addr; }
+
 InterfaceFacts describe(const ifaddrs& entry) {
-  const in_addr address = reinterpret_cast<const sockaddr_in*>(entry.ifa_addr)->sin_addr;
+  const in_addr address = address_of(entry);
   std::array<char, INET_ADDRSTRLEN> text{};
   ::inet_ntop(AF_INET, &address, text.data(), text.size());
   InterfaceFacts facts;
@@ -52,25 +54,39 @@ InterfaceFacts describe(const ifaddrs& entry) {
   facts.is_loopback = (entry.ifa_flags & IFF_LOOPBACK) != 0;
   facts.is_up = (entry.ifa_flags & IFF_UP) != 0;
   facts.has_multicast = (entry.ifa_flags & IFF_MULTICAST) != 0;
-  facts.multicast_arrives = facts.is_up && try_multicast(address);
   return facts;
+}
+
+template <typename Visit>
+void for_each_ipv4(Visit visit) {
+  ifaddrs* list = nullptr;
+  if (::getifaddrs(&list) != 0) {
+    return;
+  }
+  const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> owner(list, ::freeifaddrs);
+  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
+    if (entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET) {
+      visit(*entry);
+    }
+  }
 }
 
 }  // namespace
 
 std::vector<InterfaceFacts> read_interfaces() {
   std::vector<InterfaceFacts> interfaces;
-  ifaddrs* list = nullptr;
-  if (::getifaddrs(&list) != 0) {
-    return interfaces;
-  }
-  const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> owner(list, ::freeifaddrs);
-  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    if (entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET) {
-      interfaces.push_back(describe(*entry));
-    }
-  }
+  for_each_ipv4([&interfaces](const ifaddrs& entry) {
+    interfaces.push_back(describe(entry));
+    InterfaceFacts& facts = interfaces.back();
+    facts.multicast_arrives = facts.is_up && try_multicast(address_of(entry));
+  });
   return interfaces;
+}
+
+std::vector<std::string> list_addresses() {
+  std::vector<std::string> addresses;
+  for_each_ipv4([&addresses](const ifaddrs& entry) { addresses.push_back(describe(entry).address); });
+  return addresses;
 }
 
 }  // namespace norvik::tools

@@ -10,16 +10,25 @@
 
 namespace norvik::tools {
 
-MessageDecoder::MessageDecoder(const Topology& topology, std::string type) : type_(std::move(type)) {
-  for (const auto& state : topology) {
-    add_schemas(state->file_descriptor_set());
+MessageDecoder::MessageDecoder(const Picture& picture, std::string type) : type_(std::move(type)) {
+  for (const Member& member : picture) {
+    if (member.announcement) {
+      add_schemas(member.announcement->file_descriptor_set());
+    }
   }
-  descriptor_ = pool_.FindMessageTypeByName(type_);
+  find_type();
 }
 
 MessageDecoder::MessageDecoder(const std::string& file_descriptor_set, std::string type) : type_(std::move(type)) {
   add_schemas(file_descriptor_set);
+  find_type();
+}
+
+void MessageDecoder::find_type() {
   descriptor_ = pool_.FindMessageTypeByName(type_);
+  if (descriptor_ == nullptr) {
+    descriptor_ = google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(type_);
+  }
 }
 
 // Of a file that several processes announce the first is taken.
@@ -36,7 +45,7 @@ void MessageDecoder::add_schemas(const std::string& file_descriptor_set) {
 
 MessageDecoder::Result MessageDecoder::decode(const Bytes& bytes) {
   if (!is_usable()) {
-    return {"", "no announced schema describes " + type_};
+    return {"", "no schema describes " + type_};
   }
   const std::unique_ptr<google::protobuf::Message> message(factory_.GetPrototype(descriptor_)->New());
   if (!message->ParsePartialFromArray(bytes.data(), static_cast<int>(bytes.size()))) {

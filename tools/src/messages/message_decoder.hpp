@@ -7,11 +7,12 @@
 #include <string>
 
 #include "messages/payload_text.hpp"
-#include "network/channel.hpp"
+#include "network/picture.hpp"
 
 namespace norvik::tools {
 
-// Turns messages of one type into JSON with nothing but the schemas that the processes announce. Used by one thread.
+// Turns messages of one type into JSON with the schemas that the processes announce, or with those that this release
+// was built with if nobody announces the type. Used by one thread.
 class MessageDecoder {
  public:
   struct Result {
@@ -19,7 +20,7 @@ class MessageDecoder {
     std::string error;  // Why.
   };
 
-  MessageDecoder(const Topology& topology, std::string type);
+  MessageDecoder(const Picture& picture, std::string type);
   // `file_descriptor_set` is a serialised google.protobuf.FileDescriptorSet, in any order.
   MessageDecoder(const std::string& file_descriptor_set, std::string type);
 
@@ -38,6 +39,7 @@ class MessageDecoder {
   };
 
   void add_schemas(const std::string& file_descriptor_set);
+  void find_type();
 
   const std::string type_;
   SilentErrors errors_;

@@ -6,7 +6,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "network/bytes.hpp"
+#include "dds/bytes.hpp"
 
 namespace norvik::tools {
 

@@ -8,6 +8,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "network/channel.hpp"
+
 namespace norvik::tools {
 namespace {
 
@@ -33,7 +35,7 @@ Json describe_payload(const Sample& sample, const SampleStyle& style, MessageDec
   if (style.raw) {
     return describe_bytes(sample.payload, true);
   }
-  if (style.type == kRawType) {
+  if (style.type == kRawType || style.type == kUnknownType) {
     auto value = parse_json(sample.payload);
     return value ? Json{{"message", std::move(*value)}} : describe_bytes(sample.payload, style.json);
   }
@@ -49,10 +51,15 @@ std::string dump(const Json& value, int indent) {
 }
 
 std::string heading(const SampleHeader& header) {
-  const auto stamp = static_cast<std::time_t>(header.stamp_ns / kNanosecondsPerSecond);
-  return fmt::format("seq {}, {:%Y-%m-%d %H:%M:%S}.{:06} UTC, {} bytes, latency {:.2f} ms, process {}\n", header.seq,
-                     fmt::gmtime(stamp), header.stamp_ns % kNanosecondsPerSecond / 1000, header.size,
-                     static_cast<double>(header.latency_ns()) * 1e-6, header.sender.pid);
+  std::string text = fmt::format("seq {}", header.seq);
+  if (header.has_stamp()) {
+    const auto stamp = static_cast<std::time_t>(header.stamp_ns / kNanosecondsPerSecond);
+    text +=
+        fmt::format(", {:%Y-%m-%d %H:%M:%S}.{:06} UTC, latency {:.2f} ms", fmt::gmtime(stamp),
+                    header.stamp_ns % kNanosecondsPerSecond / 1000, static_cast<double>(header.latency_ns()) * 1e-6);
+  }
+  text += fmt::format(", {} bytes", header.size);
+  return text + (header.sender.pid != 0 ? fmt::format(", process {}\n", header.sender.pid) : "\n");
 }
 
 std::string for_people(const SampleHeader& header, Json body) {
@@ -80,9 +87,12 @@ std::string sample_text(const Sample& sample, const SampleStyle& style, MessageD
   if (!style.json) {
     return for_people(header, std::move(body));
   }
-  Json document = {{"topic", style.topic},        {"type", style.type},
-                   {"seq", header.seq},           {"pid", header.sender.pid},
-                   {"stamp_ns", header.stamp_ns}, {"latency_s", static_cast<double>(header.latency_ns()) * 1e-9},
+  Json document = {{"topic", style.topic},
+                   {"type", style.type},
+                   {"seq", header.seq},
+                   {"pid", header.sender.pid != 0 ? Json(header.sender.pid) : Json()},
+                   {"stamp_ns", header.has_stamp() ? Json(header.stamp_ns) : Json()},
+                   {"latency_s", header.has_stamp() ? Json(static_cast<double>(header.latency_ns()) * 1e-9) : Json()},
                    {"size", header.size}};
   document.update(body);
   return dump(document, -1) + '\n';

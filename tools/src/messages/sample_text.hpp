@@ -2,8 +2,9 @@
 
 #include <string>
 
+#include "dds/sample_inbox.hpp"
 #include "messages/message_decoder.hpp"
-#include "network/sample_inbox.hpp"
+#include "model/model_channels.hpp"
 
 namespace norvik::tools {
 

@@ -1,37 +1,27 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "cli/complaint.hpp"
+#include "dds/listen_target.hpp"
+#include "model/model_channels.hpp"
 #include "model/role.hpp"
-
-namespace norvik::ovimux::proto {
-class TopologyState;
-}
+#include "network/picture.hpp"
 
 namespace norvik::tools {
 
-// What the processes on the network announce, one state a process.
-using Topology = std::vector<std::shared_ptr<const ovimux::proto::TopologyState>>;
-
-// The type of a channel whose payload is no Protocol Buffers message.
-inline constexpr const char* kRawType = "raw";
+// The type of a channel of which nobody tells what it carries.
+inline constexpr const char* kUnknownType = "unknown";
 
 struct Endpoint {
   Role role = Role::kReads;
-  std::string process;
-  int pid = 0;
-  std::string host;
-  std::string ip;
+  Owner owner;
   std::string node;  // May be empty.
-  std::string type = kRawType;
-  bool large = false;    // Uses the 10 MB envelope.
-  bool latched = false;  // A late joiner gets the last message.
-
-  // "norvik_simulator (1234) on robot"
-  std::string owner() const;
+  // Of the messages: as announced, else as the library uses a channel of this name.
+  std::string type = kUnknownType;
+  bool is_announced = false;
+  DdsEndpoint dds;  // Of a service the side of the requests.
 };
 
 struct Channel {
@@ -44,19 +34,10 @@ struct Channel {
   std::string type() const;
 };
 
-// All announced channels, by name.
-std::vector<Channel> channels_of(const Topology& topology);
-
-// One DDS topic that can be listened to.
-struct ListenTarget {
-  std::string topic;
-  std::string type = kRawType;
-  bool large = false;
-  bool latched = false;
-};
+// All channels that somebody holds, by name. A service is one channel, not its two topics.
+std::vector<Channel> channels_of(const Picture& picture);
 
 // Finds the topic, which may also be the request or response side of a service. Else false, with the reason.
-bool find_target(const std::vector<Channel>& channels, const std::string& topic, ListenTarget& target,
-                 Complaint& complaint);
+bool find_target(const Picture& picture, const std::string& topic, ListenTarget& target, Complaint& complaint);
 
 }  // namespace norvik::tools

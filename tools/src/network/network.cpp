@@ -2,15 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <thread>
 
+#include "cli/interrupt.hpp"
 #include "host/host_facts.hpp"
 #include "network/domain_probe.hpp"
-#include "ovimux/core/manager.hpp"
-#include "ovimux/ovimux.hpp"
-#include "ovimux/role_attributes.pb.h"
 
 namespace norvik::tools {
 namespace {
@@ -19,10 +18,17 @@ using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
 constexpr std::chrono::milliseconds kPollPeriod{20};
-// Processes announce themselves four times a second, and answer a newcomer at once.
+// Processes of this library announce themselves four times a second, and everybody answers a newcomer at once.
 constexpr std::chrono::milliseconds kQuietTime{600};
+// The period of programs with the defaults of DDS, whose answer to a newcomer may get lost.
+constexpr double kForeignPeriod = 3.2;
+constexpr std::chrono::milliseconds kSettleTime{200};
+constexpr double kSettleLimit = 1.0;
 
-Topology snapshot() { return ovimux::Manager::Instance()->Snapshot(); }
+bool has_channels(const Peer& peer) {
+  return std::any_of(peer.endpoints.begin(), peer.endpoints.end(),
+                     [](const auto& entry) { return !is_internal(entry.second.topic); });
+}
 
 }  // namespace
 
@@ -34,7 +40,7 @@ bool is_local(const CommonOptions& common) { return common.local || environment_
 
 bool wait_until(double limit_s, const std::function<bool()>& condition) {
   const auto start = Clock::now();
-  while (ovimux::OK()) {
+  while (!is_interrupted()) {
     if (condition()) {
       return true;
     }
@@ -46,42 +52,85 @@ bool wait_until(double limit_s, const std::function<bool()>& condition) {
   return false;
 }
 
-Network::Network(const CommonOptions& common) : common_(common) {
+void wait_for(double duration_s) {
+  wait_until(duration_s, [] { return false; });
+}
+
+Network::Environment::Environment(const CommonOptions& common) {
   if (common.domain) {
     ::setenv("OVIMUX_DOMAIN_ID", std::to_string(*common.domain).c_str(), 1);
   }
   if (common.local) {
     ::setenv("OVIMUX_LOCALHOST_ONLY", "1", 1);
   }
-  ovimux::OvimuxInit();
 }
 
-Network::~Network() { ovimux::Clear(); }
+Network::Network(const CommonOptions& common) : common_(common), environment_(common), announcements_(participant_) {}
 
-Topology Network::await_everybody() const {
-  Topology latest;
+Network::~Network() = default;
+
+uint64_t Network::changes() const { return participant_.discovery().changes() + announcements_.changes(); }
+
+const Owner& Network::owner_of(const Peer& peer, const Announcement& announcement) {
+  const auto [entry, is_new] = owners_.try_emplace({peer.id, announcement != nullptr});
+  if (is_new || peer.addresses.empty()) {
+    entry->second = identify(peer, announcement);
+  }
+  return entry->second;
+}
+
+Picture Network::picture() {
+  Picture picture;
+  const auto announced = announcements_.latest();
+  for (Peer& peer : participant_.discovery().peers()) {
+    // Other runs of the tool listen, which is not what the user wants to see.
+    if (has_channels(peer) && peer.name != participant_.name()) {
+      const auto it = announced.find(peer.id);
+      const Announcement announcement = it != announced.end() ? it->second : nullptr;
+      const Owner owner = owner_of(peer, announcement);
+      picture.push_back({std::move(peer), owner, announcement});
+    }
+  }
+  return picture;
+}
+
+Picture Network::await_everybody() {
+  const auto start = Clock::now();
+  await_quiet(common_.timeout_s, kQuietTime,
+              [this, start] { return Seconds(Clock::now() - start).count() >= kForeignPeriod && !picture().empty(); });
+  return picture();
+}
+
+void Network::await_quiet(double limit_s, std::chrono::milliseconds quiet, const std::function<bool()>& condition) {
+  uint64_t seen = changes();
   auto changed = Clock::now();
-  wait_until(common_.timeout_s, [&] {
-    Topology current = snapshot();
-    if (current != latest) {
-      latest = std::move(current);
+  wait_until(limit_s, [&] {
+    if (const uint64_t now = changes(); now != seen) {
+      seen = now;
       changed = Clock::now();
     }
-    return !latest.empty() && Clock::now() - changed >= kQuietTime;
+    return Clock::now() - changed >= quiet && condition();
   });
-  return latest;
 }
 
-bool Network::await_target(const std::string& topic, ListenTarget& target, Topology& topology,
-                           Complaint& complaint) const {
+bool Network::await_target(const std::string& topic, ListenTarget& target, Picture& picture, Complaint& complaint) {
+  uint64_t seen = ~uint64_t{0};
   const bool found = wait_until(common_.timeout_s, [&] {
-    topology = snapshot();
-    return find_target(channels_of(topology), topic, target, complaint);
+    if (const uint64_t now = changes(); now != seen) {
+      seen = now;
+      picture = this->picture();
+      return find_target(picture, topic, target, complaint);
+    }
+    return false;
   });
-  if (!found && topology.empty()) {
-    complaint = nobody();
+  if (!found) {
+    complaint = picture.empty() && !is_interrupted() ? nobody() : complaint;
+    return false;
   }
-  return found;
+  // What a process announces, and further writers of the topic, may come a moment later.
+  await_quiet(kSettleLimit, kSettleTime, [] { return true; });
+  picture = this->picture();
+  return find_target(picture, topic, target, complaint);
 }
 
 Complaint Network::nobody() const {

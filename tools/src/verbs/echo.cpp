@@ -3,10 +3,12 @@
 
 #include <iostream>
 
+#include "cli/interrupt.hpp"
+#include "cli/output.hpp"
+#include "dds/sample_inbox.hpp"
+#include "dds/sample_tap.hpp"
 #include "messages/sample_text.hpp"
 #include "network/network.hpp"
-#include "network/sample_tap.hpp"
-#include "ovimux/ovimux.hpp"
 #include "verbs/verbs.hpp"
 
 namespace norvik::tools {
@@ -27,10 +29,9 @@ uint64_t print_received(SampleInbox& inbox, const SampleStyle& style, MessageDec
   uint64_t printed = 0;
   while (count == 0 || printed < count) {
     const auto sample = inbox.take();
-    if (!sample) {
+    if (!sample || !print(sample_text(*sample, style, decoder))) {
       break;
     }
-    std::cout << sample_text(*sample, style, decoder) << std::flush;
     ++printed;
   }
   if (const uint64_t skipped = inbox.take_skipped(); skipped > 0) {
@@ -42,27 +43,28 @@ uint64_t print_received(SampleInbox& inbox, const SampleStyle& style, MessageDec
 }  // namespace
 
 int run(const CommonOptions& common, const EchoOptions& options) {
-  const Network network(common);
+  Network network(common);
   ListenTarget target;
-  Topology topology;
+  Picture picture;
   Complaint complaint;
-  if (!network.await_target(options.topic, target, topology, complaint)) {
+  if (!network.await_target(options.topic, target, picture, complaint)) {
     return complain(common, complaint);
   }
-  MessageDecoder decoder(topology, target.type);
+  MessageDecoder decoder(picture, target.type);
   const SampleStyle style{target.topic, target.type, options.raw, common.json};
   SampleInbox inbox(kInboxBytes);
-  const SampleTap tap(target, true,
+  const SampleTap tap(network.participant(), target, true,
                       [&inbox](const SampleHeader& header, Bytes& payload) { inbox.put(header, payload); });
   const auto something_came = [&inbox] { return !inbox.is_empty(); };
-  if (!wait_until(common.timeout_s, something_came) && ovimux::OK()) {
+  if (!wait_until(common.timeout_s, something_came)) {
     return complain(common, silent(target, common.timeout_s, tap.publisher_count()));
   }
   uint64_t printed = 0;
-  while (ovimux::OK() && (options.count == 0 || printed < options.count)) {
+  while (!is_interrupted() && !is_output_lost() && (options.count == 0 || printed < options.count)) {
     printed += print_received(inbox, style, decoder, options.count == 0 ? 0 : options.count - printed);
     const bool finished = options.count != 0 && printed == options.count;
-    if (!finished && !wait_until(kPublisherCheckPeriod, something_came) && ovimux::OK() && tap.publisher_count() == 0) {
+    if (!finished && !wait_until(kPublisherCheckPeriod, something_came) && !is_interrupted() &&
+        tap.publisher_count() == 0) {
       return complain(common, {fmt::format("the last publisher of \"{}\" is gone", target.topic), {}});
     }
   }

@@ -75,6 +75,11 @@ TEST(MessageDecoder, decodes_with_announced_schemas_alone) {
   }
 }
 
+TEST(MessageDecoder, what_nobody_announces_is_decoded_with_the_schemas_of_this_release) {
+  MessageDecoder decoder(std::string(), "norvik.core_proto.StringValue");
+  EXPECT_EQ(decoder.decode(bytes_of("\x0A\x02hi")).json, R"({"value":"hi"})");
+}
+
 TEST(MessageDecoder, broken_schemas_are_an_error_and_no_more) {
   const std::string good = probe_schemas();
   const std::pair<std::string, std::string> cases[] = {
@@ -88,7 +93,7 @@ TEST(MessageDecoder, broken_schemas_are_an_error_and_no_more) {
     SCOPED_TRACE(type + " of " + std::to_string(schemas.size()));
     MessageDecoder decoder(schemas, type);
     EXPECT_FALSE(decoder.is_usable());
-    EXPECT_EQ(decoder.decode({1, 2, 3}).error, "no announced schema describes " + type);
+    EXPECT_EQ(decoder.decode({1, 2, 3}).error, "no schema describes " + type);
   }
 }
 

@@ -1,21 +1,24 @@
 // Counting samples and measuring their rate.
 #include <gtest/gtest.h>
 
-#include "network/sample_inbox.hpp"
-#include "network/stream_statistics.hpp"
+#include <nlohmann/json.hpp>
+
+#include "dds/sample_inbox.hpp"
+#include "dds/stream_statistics.hpp"
 
 namespace norvik::tools {
 namespace {
 
 constexpr int64_t kMs = 1000000;
 
-SampleHeader sample(uint32_t seq, int64_t arrival_ms = 0, Sender sender = {1, 1}) {
+SampleHeader sample(uint32_t seq, int64_t arrival_ms = 0, Sender sender = {}) {
   SampleHeader header;
   header.sender = sender;
   header.seq = seq;
   header.size = 100;
   header.arrival_ns = arrival_ms * kMs;
-  header.received_ns = 5 * kMs;
+  header.stamp_ns = kMs;
+  header.received_ns = 6 * kMs;
   return header;
 }
 
@@ -46,12 +49,24 @@ TEST(SenderCount, gaps_of_the_running_index_are_losses) {
   }
 }
 
-TEST(StreamStatistics, each_sender_has_an_index_of_its_own) {
+TEST(StreamStatistics, a_sender_that_does_not_tell_the_time_has_no_latency) {
+  SampleHeader header = sample(1);
+  header.stamp_ns = 0;
   StreamStatistics statistics(1.0);
-  statistics.add(sample(10, 0, {1, 1}));
-  statistics.add(sample(500, 1, {1, 2}));
-  statistics.add(sample(11, 2, {1, 1}));
-  statistics.add(sample(502, 3, {1, 2}));
+  statistics.add(header);
+  EXPECT_FALSE(statistics.senders().begin()->second.has_latency());
+  EXPECT_EQ(to_text(statistics.report(0)), "1 sample, 100 B | sent 1, received 1, lost 0");
+  EXPECT_TRUE(to_json(statistics.report(0))["mean_latency_s"].is_null());
+}
+
+TEST(StreamStatistics, each_sender_has_an_index_of_its_own) {
+  const Sender one{{}, 1, 1};
+  const Sender other{{7}, 1, 1};
+  StreamStatistics statistics(1.0);
+  statistics.add(sample(10, 0, one));
+  statistics.add(sample(500, 1, other));
+  statistics.add(sample(11, 2, one));
+  statistics.add(sample(502, 3, other));
   const StreamReport report = statistics.report(3 * kMs);
   EXPECT_EQ(report.senders, 2U);
   EXPECT_EQ(report.received, 4U);

@@ -1,95 +1,17 @@
 // The built tool against the simulator's process.
 
-#include <sys/wait.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <functional>
-#include <nlohmann/json.hpp>
-
 #include "support/simulator_process.hpp"
+#include "wire/tool_process.hpp"
 
 namespace norvik::test {
 namespace {
 
-using nlohmann::json;
 using ::testing::HasSubstr;
 
 constexpr const char* kEmptyDomain = "100";
-
-// The tool as a child process.
-class Tool {
- public:
-  explicit Tool(const std::string& arguments, const std::string& redirection = "2>&1")
-      : pipe_(::popen((std::string(NORVIK_TOOL_PATH) + " " + arguments + " " + redirection).c_str(), "r")) {}
-  ~Tool() { finish(); }
-  Tool(const Tool&) = delete;
-  Tool& operator=(const Tool&) = delete;
-
-  // The next line, empty at the end of the output.
-  std::string line() {
-    std::string text;
-    std::array<char, 4096> buffer{};
-    while ((text.empty() || text.back() != '\n') && ::fgets(buffer.data(), buffer.size(), pipe_) != nullptr) {
-      text += buffer.data();
-    }
-    return text;
-  }
-
-  std::string rest() {
-    std::string text;
-    for (std::string next = line(); !next.empty(); next = line()) {
-      text += next;
-    }
-    return text;
-  }
-
-  int finish() {
-    if (pipe_ != nullptr) {
-      const int status = ::pclose(pipe_);
-      pipe_ = nullptr;
-      status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-    return status_;
-  }
-
- private:
-  FILE* pipe_;
-  int status_ = -1;
-};
-
-struct Outcome {
-  int status;
-  std::string output;
-
-  json document() const { return json::parse(output, nullptr, false); }
-};
-
-Outcome run_tool(const std::string& arguments, const std::string& redirection = "2>&1") {
-  Tool tool(arguments, redirection);
-  std::string output = tool.rest();
-  return {tool.finish(), std::move(output)};
-}
-
-Outcome run_json(const std::string& arguments) { return run_tool(arguments + " --json", "2>/dev/null"); }
-
-std::string own_domain() {
-  const char* text = std::getenv("OVIMUX_DOMAIN_ID");
-  return text != nullptr ? text : "0";
-}
-
-json channel_named(const json& document, const std::string& name) {
-  for (const json& channel : document["channels"]) {
-    if (channel["name"] == name) {
-      return channel;
-    }
-  }
-  return json::object({{"type", "missing " + name}});
-}
 
 class ToolOnSimulator : public ::testing::Test {
  protected:

@@ -1,4 +1,4 @@
-#include "network/stream_statistics.hpp"
+#include "dds/stream_statistics.hpp"
 
 #include <fmt/format.h>
 
@@ -35,7 +35,9 @@ void SenderCount::add(const SampleHeader& sample) {
     last_seq = sample.seq;
   }
   ++received;
-  least_latency_ns = std::min(least_latency_ns, sample.latency_ns());
+  if (sample.has_stamp()) {
+    least_latency_ns = std::min(least_latency_ns, sample.latency_ns());
+  }
 }
 
 StreamStatistics::StreamStatistics(double window_s) : window_ns_(static_cast<int64_t>(window_s / kNanosecond)) {}
@@ -77,22 +79,32 @@ StreamReport StreamStatistics::report(int64_t now_ns) {
 
 void StreamStatistics::describe_window(int64_t now_ns, StreamReport& report) const {
   double bytes = 0.0;
-  int64_t latency_sum = 0;
+  for (const SampleHeader& sample : window_) {
+    bytes += static_cast<double>(sample.size);
+  }
+  report.mean_size = bytes / static_cast<double>(window_.size());
+  describe_latency(report);
+  if (window_.size() > 1) {
+    describe_periods(now_ns, report);
+  }
+}
+
+void StreamStatistics::describe_latency(StreamReport& report) const {
+  int64_t sum = 0;
   int64_t least = std::numeric_limits<int64_t>::max();
   int64_t greatest = std::numeric_limits<int64_t>::min();
   for (const SampleHeader& sample : window_) {
-    bytes += static_cast<double>(sample.size);
-    latency_sum += sample.latency_ns();
-    least = std::min(least, sample.latency_ns());
-    greatest = std::max(greatest, sample.latency_ns());
+    if (sample.has_stamp()) {
+      ++report.stamped;
+      sum += sample.latency_ns();
+      least = std::min(least, sample.latency_ns());
+      greatest = std::max(greatest, sample.latency_ns());
+    }
   }
-  const auto count = static_cast<double>(window_.size());
-  report.mean_size = bytes / count;
-  report.latency_s = seconds(latency_sum) / count;
-  report.least_latency_s = seconds(least);
-  report.greatest_latency_s = seconds(greatest);
-  if (window_.size() > 1) {
-    describe_periods(now_ns, report);
+  if (report.stamped > 0) {
+    report.latency_s = seconds(sum) / static_cast<double>(report.stamped);
+    report.least_latency_s = seconds(least);
+    report.greatest_latency_s = seconds(greatest);
   }
 }
 
@@ -119,6 +131,8 @@ void StreamStatistics::describe_periods(int64_t now_ns, StreamReport& report) co
 }
 
 nlohmann::ordered_json to_json(const StreamReport& report) {
+  using Json = nlohmann::ordered_json;
+  const auto latency = [&report](double value_s) { return report.stamped > 0 ? Json(value_s) : Json(); };
   return {{"samples", report.samples},
           {"rate_hz", report.hertz},
           {"bytes_per_second", report.bytes_per_second},
@@ -126,10 +140,10 @@ nlohmann::ordered_json to_json(const StreamReport& report) {
           {"shortest_period_s", report.shortest_period_s},
           {"longest_period_s", report.longest_period_s},
           {"jitter_s", report.jitter_s},
-          {"mean_latency_s", report.latency_s},
-          {"least_latency_s", report.least_latency_s},
-          {"greatest_latency_s", report.greatest_latency_s},
-          {"silence_s", report.silence_s < 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(report.silence_s)},
+          {"mean_latency_s", latency(report.latency_s)},
+          {"least_latency_s", latency(report.least_latency_s)},
+          {"greatest_latency_s", latency(report.greatest_latency_s)},
+          {"silence_s", report.silence_s < 0 ? Json() : Json(report.silence_s)},
           {"sent", report.received + report.lost},
           {"received", report.received},
           {"lost", report.lost},
@@ -152,7 +166,7 @@ std::string to_text(const StreamReport& report) {
                        milliseconds(report.shortest_period_s), milliseconds(report.longest_period_s),
                        milliseconds(report.jitter_s), size_text(report.mean_size), size_text(report.bytes_per_second));
   }
-  if (report.samples > 0) {
+  if (report.stamped > 0) {
     text += fmt::format(", latency {} ({} to {})", milliseconds(report.latency_s), milliseconds(report.least_latency_s),
                         milliseconds(report.greatest_latency_s));
   }

@@ -6,8 +6,8 @@
 #include <mutex>
 #include <optional>
 
-#include "network/bytes.hpp"
-#include "network/stream_statistics.hpp"
+#include "dds/bytes.hpp"
+#include "dds/sample_header.hpp"
 
 namespace norvik::tools {
 

@@ -8,28 +8,9 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "dds/sample_header.hpp"
+
 namespace norvik::tools {
-
-// Names a writer: two of one process have different tokens.
-struct Sender {
-  int pid = 0;
-  int token = 0;
-
-  bool operator<(const Sender& other) const { return pid != other.pid ? pid < other.pid : token < other.token; }
-};
-
-// What is known of a sample without decoding it.
-struct SampleHeader {
-  Sender sender;
-  uint32_t seq = 0;
-  size_t size = 0;          // Bytes of the serialised message.
-  int64_t stamp_ns = 0;     // Wall clock of the sender.
-  int64_t received_ns = 0;  // Wall clock here.
-  int64_t arrival_ns = 0;   // Steady clock here.
-  bool malformed = false;   // The envelope could not be read; size, sender and stamp mean nothing.
-
-  int64_t latency_ns() const { return received_ns - stamp_ns; }
-};
 
 // Counts the samples of one sender by their running index. Counting begins with the first sample that is seen.
 struct SenderCount {
@@ -40,6 +21,7 @@ struct SenderCount {
   uint32_t last_seq = 0;
 
   void add(const SampleHeader& sample);
+  bool has_latency() const { return least_latency_ns != std::numeric_limits<int64_t>::max(); }
 };
 
 // One window of a topic, and totals since the beginning.
@@ -51,6 +33,7 @@ struct StreamReport {
   double shortest_period_s = 0.0;
   double longest_period_s = 0.0;
   double jitter_s = 0.0;   // Standard deviation of the period.
+  size_t stamped = 0;      // Samples that tell when they were sent.
   double latency_s = 0.0;  // Mean; contains the difference of the clocks.
   double least_latency_s = 0.0;
   double greatest_latency_s = 0.0;
@@ -78,6 +61,7 @@ class StreamStatistics {
  private:
   void forget_before(int64_t arrival_ns);
   void describe_window(int64_t now_ns, StreamReport& report) const;
+  void describe_latency(StreamReport& report) const;
   void describe_periods(int64_t now_ns, StreamReport& report) const;
 
   const int64_t window_ns_;

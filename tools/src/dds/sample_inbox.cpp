@@ -1,4 +1,4 @@
-#include "network/sample_inbox.hpp"
+#include "dds/sample_inbox.hpp"
 
 #include <utility>
 

@@ -1,34 +1,28 @@
 #pragma once
 
-#include <atomic>
-#include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <string>
 
-#include "network/bytes.hpp"
-#include "network/channel.hpp"
-#include "network/stream_statistics.hpp"
-
-namespace eprosima::fastdds::dds {
-class DataReader;
-}
+#include "dds/bytes.hpp"
+#include "dds/listen_target.hpp"
+#include "dds/participant.hpp"
+#include "dds/stream_statistics.hpp"
 
 namespace norvik::tools {
 
 // Nanoseconds of the steady clock, as in SampleHeader::arrival_ns.
 int64_t steady_now_ns();
 
-// Listens to a topic below the message level: samples with their envelopes, nothing decoded. It is not announced to the
-// topology.
+// Listens to a topic below the message level: samples with their envelopes, if they have one, and nothing decoded.
 class SampleTap {
  public:
   // Runs on a DDS thread, so it must be quick; never after the tap's destruction. May take the payload.
   using Handler = std::function<void(const SampleHeader& header, Bytes& payload)>;
 
   // `history`: a latched topic's last sample is wanted too.
-  SampleTap(const ListenTarget& target, bool history, Handler handler);
+  SampleTap(Participant& participant, const ListenTarget& target, bool history, Handler handler);
   ~SampleTap();
   SampleTap(const SampleTap&) = delete;
   SampleTap& operator=(const SampleTap&) = delete;
@@ -39,14 +33,15 @@ class SampleTap {
  private:
   class Listener;
 
-  std::shared_ptr<Listener> listener_;
+  Participant& participant_;
+  const std::unique_ptr<Listener> listener_;
   eprosima::fastdds::dds::DataReader* reader_;
 };
 
 // A tap that keeps statistics.
 class Meter {
  public:
-  Meter(const ListenTarget& target, double window_s);
+  Meter(Participant& participant, const ListenTarget& target, double window_s);
 
   StreamReport report();
   std::map<Sender, SenderCount> senders() const;
