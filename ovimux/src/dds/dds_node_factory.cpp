@@ -23,6 +23,7 @@
 #include "dds/endpoint_qos.hpp"
 #include "dds/envelope_type.hpp"
 #include "dds/participant.hpp"
+#include "dds/transport/address_watch.hpp"
 #include "ovimux/core/global_data.hpp"
 #include "ovimux/core/shutdown_tasks.hpp"
 #include "ovimux/dds/dds_tools.hpp"
@@ -58,6 +59,7 @@ struct DDSNodeFactory::Entities {
   Subscriber* subscriber = nullptr;
   std::unordered_map<std::string, TopicUse> topics;
   std::unordered_map<DataReader*, ReaderEntry> readers;
+  std::unique_ptr<AddressWatch> address_watch;
   bool closed = false;
 
   // What the sending threads look up, under a lock of its own.
@@ -77,6 +79,17 @@ struct DDSNodeFactory::Entities {
   void warm_up();
 };
 
+namespace {
+
+// Fast DDS announces every endpoint with the addresses of the time when it was made. Links that go and come back do no
+// harm. Setting the QoS of participant and endpoints again, which is to announce them anew, did not help peers.
+void warn_of_new_address(const std::string& address) {
+  OVIMUX_LOG(kWarning) << "this machine has a new network address, " << address
+                       << ": peers on other machines that need it reach this process only after a restart";
+}
+
+}  // namespace
+
 bool DDSNodeFactory::Entities::open() {
   if (participant != nullptr || closed) {
     return !closed;
@@ -94,6 +107,9 @@ bool DDSNodeFactory::Entities::open() {
   publisher = participant->create_publisher(eprosima::fastdds::dds::PUBLISHER_QOS_DEFAULT);
   subscriber = participant->create_subscriber(eprosima::fastdds::dds::SUBSCRIBER_QOS_DEFAULT);
   warm_up();
+  if (!participant_settings().localhost_only) {
+    address_watch = std::make_unique<AddressWatch>(warn_of_new_address);
+  }
   register_exit_handler();  // Now that Fast DDS has made its own statics, so that it closes before they are gone.
   return publisher != nullptr && subscriber != nullptr;
 }
@@ -111,6 +127,7 @@ void DDSNodeFactory::Entities::warm_up() {
 
 void DDSNodeFactory::Entities::close() {
   closed = true;
+  address_watch.reset();
   if (participant == nullptr) {
     return;
   }

@@ -112,6 +112,12 @@ ParticipantSettings parse_participant_settings(const char* domain_id, const char
   return {parse_domain_id(domain_id), parse_localhost_only(localhost_only)};
 }
 
+ParticipantSettings participant_settings() {
+  static const auto settings =
+      parse_participant_settings(std::getenv("OVIMUX_DOMAIN_ID"), std::getenv("OVIMUX_LOCALHOST_ONLY"));
+  return settings;
+}
+
 int choose_participant_id(int domain_id, const std::function<bool(const std::string&)>& exists) {
   static std::atomic<int> chosen{0};
   const int first = (getpid() + chosen++) % kParticipantIds;
@@ -143,8 +149,7 @@ DomainParticipantQos make_participant_qos(const ParticipantSettings& settings, u
 }
 
 DomainParticipant* create_participant(DomainParticipantFactory& factory) {
-  const auto settings =
-      parse_participant_settings(std::getenv("OVIMUX_DOMAIN_ID"), std::getenv("OVIMUX_LOCALHOST_ONLY"));
+  const auto settings = participant_settings();
   factory.load_profiles();
   DomainParticipantQos qos;
   if (factory.get_participant_qos_from_profile(kProfileName, qos) != ReturnCode_t::RETCODE_OK) {

@@ -17,6 +17,9 @@ struct ParticipantSettings {
 
 ParticipantSettings parse_participant_settings(const char* domain_id, const char* localhost_only);
 
+// Those of this process's environment, read once.
+ParticipantSettings participant_settings();
+
 // An id, and with it ports, that nobody seems to have used. The lowest free one, the default, is often that of a
 // process that was killed, and peers with a plain Fast DDS that knew it go on sending to the shared memory it left
 // behind: they would never reach its successor. The left-over file tells; `exists` says whether a file is there.

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
 
+#include "dds/transport/address_watch.hpp"
 #include "dds/transport/port_watch.hpp"
 
 namespace norvik::ovimux {
@@ -32,6 +34,15 @@ TEST(PortWatch, TellsAPortWhoseFileWasReplaced) {
   files[7] = 100;
   files[9] = 301;
   EXPECT_EQ(9U, watch.replaced_port());
+}
+
+TEST(AddressWatch, EndsAtOnce) {
+  EXPECT_EQ(1U, usable_addresses().count("lo 127.0.0.1"));
+  const auto start = std::chrono::steady_clock::now();
+  {
+    const AddressWatch watch([](const std::string& /*address*/) {});
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }
 
 }  // namespace
