@@ -4,16 +4,16 @@
 
 #include <norvik_sdk/version.hpp>
 
-#include "impl/system/robot_log.hpp"
 #include "impl/wbc/controllers/controller_manager.hpp"
 #include "impl/wbc/joints/joint_manager_k2.hpp"
 #include "impl/wbc/targets/target_proto_builder.hpp"
+#include "internal_log.hpp"
 #include "sdk_log.hpp"
 
 namespace norvik::sdk::k2 {
 
 bool NorvikRobotK2::init(const std::set<SensorType>& sensors, bool enable_sync) {
-  open_robot_log("k2");
+  open_internal_log("k2");
   notify_new_sdk_version_if_any_async();
   SDK_LOG(info) << "NorvikRobotK2 init " << NORVIK_SDK_VERSION;
   expect_robot_model(MachineType::K2);

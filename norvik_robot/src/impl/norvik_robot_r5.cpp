@@ -4,11 +4,11 @@
 
 #include <norvik_sdk/version.hpp>
 
-#include "impl/system/robot_log.hpp"
 #include "impl/wbc/common/command_wait.hpp"
 #include "impl/wbc/controllers/controller_manager.hpp"
 #include "impl/wbc/joints/joint_manager_r5.hpp"
 #include "impl/wbc/targets/target_proto_builder.hpp"
+#include "internal_log.hpp"
 #include "sdk_log.hpp"
 
 namespace norvik::sdk::r5 {
@@ -42,7 +42,7 @@ NORVIK_R5_UNSUPPORTED(std::string, start_microphone_stream_input,
 #undef NORVIK_R5_UNSUPPORTED
 
 bool NorvikRobotR5::init(const std::set<SensorType>& sensors, bool enable_sync) {
-  open_robot_log("r5");
+  open_internal_log("r5");
   notify_new_sdk_version_if_any_async();
   SDK_LOG(info) << "NorvikRobotR5 init " << NORVIK_SDK_VERSION;
   expect_robot_model(MachineType::R5);

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "fake_endpoints.hpp"
 #include "impl/audio_base.hpp"
 #include "impl/sensor_base.hpp"
 #include "impl/system_base.hpp"
 #include "impl/wbc_base.hpp"
+#include "support/fake_endpoints.hpp"
 
 namespace norvik::test {
 

@@ -84,7 +84,7 @@ class FakeClient : public ovimux::SerializationClient<Req, Resp> {
     return promises_.back().get_future().share();
   }
   void WaitForServerConnected(const std::chrono::seconds&) override {}
-  unsigned GetMatchedServerCount() override { return 1; }
+  unsigned GetMatchedServerCount() override { return servers; }
   unsigned GetLostServerCount() override { return lost_servers; }
 
   std::vector<Call> calls() const {
@@ -92,6 +92,7 @@ class FakeClient : public ovimux::SerializationClient<Req, Resp> {
     return calls_;
   }
 
+  unsigned servers = 1;
   unsigned lost_servers = 0;
   std::function<std::shared_ptr<Resp>(const Req&)> reply = [](const Req&) { return std::make_shared<Resp>(); };
 

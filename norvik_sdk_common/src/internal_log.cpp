@@ -1,4 +1,4 @@
-#include "impl/system/robot_log.hpp"
+#include "internal_log.hpp"
 
 #include <unistd.h>
 
@@ -16,7 +16,7 @@ namespace {
 constexpr uint64_t kMaxFileSize = 10'485'760;
 constexpr uint64_t kMaxFiles = 5;
 
-LoggerConfig robot_log_config(const std::string& model) {
+LoggerConfig internal_log_config(const std::string& model) {
   LoggerConfig config;
   const char* const home = std::getenv("HOME");
   config.log_dir = home == nullptr ? "./" : home + ("/norvik_sdk_log/" + model + "/");
@@ -29,8 +29,8 @@ LoggerConfig robot_log_config(const std::string& model) {
 
 }  // namespace
 
-void open_robot_log(const std::string& model) {
-  const LoggerConfig config = robot_log_config(model);
+void open_internal_log(const std::string& model) {
+  const LoggerConfig config = internal_log_config(model);
   try {
     Logger::get_instance().init_internal_logger(config);
   } catch (const std::exception& error) {
