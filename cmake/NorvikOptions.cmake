@@ -39,3 +39,5 @@ add_library(norvik_warnings INTERFACE)
 target_compile_options(norvik_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
   $<$<BOOL:${NORVIK_WERROR}>:-Werror>)
+
+include(NorvikPrecompiled)

@@ -32,6 +32,8 @@ show_progress() {
 
 # What the compiler cache stores is found again from another clone: it keeps no absolute paths.
 export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
+# It would pass by every file that reads precompiled headers.
+export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros}
 
 # configure_preset PRESET [OPTION...]
 configure_preset() {
