@@ -7,7 +7,10 @@
 # names one below it in the table, a folder of the table that is not there, and a folder with too many files.
 # Exit status: 0 when there is nothing to complain about, 1 when there is, 2 on a wrong call.
 set -euo pipefail
-[ $# -eq 2 ] && [ -d "$1" ] && [ -r "$2" ] || { echo "usage: $0 ROOT TABLE" >&2; exit 2; }
+if [ $# -ne 2 ] || [ ! -d "$1" ] || [ ! -r "$2" ]; then
+  echo "usage: $0 ROOT TABLE" >&2
+  exit 2
+fi
 root=$1
 table=$(realpath "$2")
 cd "$root"
@@ -55,7 +58,7 @@ awk -v table="$table" '
   }
 
   # A file of the project by the text of an include: beside the including file, else in its module, else anywhere.
-  # Generated code stands for the schema that it is made of. Empty for what is not the project-s own.
+  # Generated code stands for the schema that it is made of. Empty for what is not a file of the project.
   function resolve(from, text,   folder, module, count, candidates, i, found) {
     sub(/\.pb\.h$/, ".proto", text)
     folder = from; sub("[^/]*$", "", folder)

@@ -44,7 +44,7 @@ class WbcModulesSlot {
   }
 
  private:
-  const WbcModules none_;
+  const WbcModules none_{};
   WbcModules modules_;
   std::atomic<bool> filled_{false};
 };
