@@ -9,6 +9,7 @@
 
 #include "impl/audio/audio_message.hpp"
 #include "impl/common/log_created.hpp"
+#include "ovimux/core/shutdown_tasks.hpp"
 #include "ovimux/node.hpp"
 #include "ovimux/ovimux.hpp"
 #include "sdk_log.hpp"
@@ -238,7 +239,7 @@ float AudioBase::get_volume() {
   const auto deadline = steady_clock::now() + kVolumeTimeout;
   const auto answered = [this] { return volume_answered_; };
   while (!volume_changed_.wait_until(lock, std::min(deadline, steady_clock::now() + kShutdownPoll), answered)) {
-    if (steady_clock::now() >= deadline || !ovimux::OK()) {
+    if (steady_clock::now() >= deadline || !ovimux::sleep_while_running(steady_clock::now())) {
       SDK_LOG(warning) << "audio transceiver get volume timeout";
       break;
     }

@@ -36,7 +36,7 @@ void close_at_exit() {
 bool enter() {
   std::call_once(g_handler_once, [] {
     g_process = ::getpid();
-    g_closed = std::atexit(close_at_exit) != 0;
+    g_closed = ::on_exit([](int, void*) { close_at_exit(); }, nullptr) != 0;
   });
   ++g_inside;
   if (!g_closed) return true;
