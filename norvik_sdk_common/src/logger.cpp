@@ -3,11 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <mutex>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -38,6 +40,8 @@ constexpr std::chrono::seconds kDrainTimeout{5};
 // A writer thread that does not finish one record for this long hangs on its disk.
 constexpr std::chrono::milliseconds kStalledWriter{500};
 constexpr std::chrono::milliseconds kEndPollPeriod{1};
+constexpr std::chrono::seconds kLongestEnd{1};  // of the writer thread while the process exits
+using SteadyTime = std::chrono::steady_clock::time_point;
 
 // Counts a caller that is in the middle of a record, so that shutdown can wait for it.
 class WriterCount {
@@ -70,9 +74,9 @@ std::string generated_file_name(const std::string& prefix) {
          std::to_string(::gettid()) + ".log";
 }
 
-// Ends the writer thread once the queue is written. One that is stuck is left behind with its queue: nobody who closes
-// the log, least of all the end of the process, may wait for a disk.
-void end_writer_thread(std::shared_ptr<spdlog::details::thread_pool> pool) {
+// Ends the writer thread once the queue is written. One that is stuck, or not done by `limit`, is left behind with its
+// queue: nobody who closes the log, least of all the end of the process, may wait for a disk.
+void end_writer_thread(std::shared_ptr<spdlog::details::thread_pool> pool, SteadyTime limit) {
   const auto ended = std::make_shared<std::atomic<bool>>(false);
   try {
     std::thread([pool = std::move(pool), ended]() mutable {
@@ -84,7 +88,7 @@ void end_writer_thread(std::shared_ptr<spdlog::details::thread_pool> pool) {
   }
   uint64_t handled = RotatingFileSink::records_handled();
   auto deadline = std::chrono::steady_clock::now() + kStalledWriter;
-  while (!*ended && std::chrono::steady_clock::now() < deadline) {
+  while (!*ended && std::chrono::steady_clock::now() < std::min(deadline, limit)) {
     std::this_thread::sleep_for(kEndPollPeriod);
     if (const uint64_t now = RotatingFileSink::records_handled(); now != handled) {
       handled = now;
@@ -164,12 +168,12 @@ int32_t Logger::with_channel(const std::atomic<bool>& ready, const std::weak_ptr
 }
 
 std::string Logger::get_log_path() const {
-  const std::lock_guard<std::mutex> lock(set_up_mutex_);
+  const std::lock_guard<std::timed_mutex> lock(set_up_mutex_);
   return log_path_;
 }
 
 std::string Logger::get_log_file_name() const {
-  const std::lock_guard<std::mutex> lock(set_up_mutex_);
+  const std::lock_guard<std::timed_mutex> lock(set_up_mutex_);
   return log_file_name_;
 }
 
@@ -213,7 +217,7 @@ Logger::ChannelPlan Logger::plan_user_channel(const LoggerConfig& config) const 
 }
 
 void Logger::set_up_internal_channel(const LoggerConfig& config) {
-  const std::lock_guard<std::mutex> lock(set_up_mutex_);
+  const std::lock_guard<std::timed_mutex> lock(set_up_mutex_);
   const ChannelPlan plan = plan_internal_channel(config);
   log_path_ = plan.directory;
   log_file_name_ = plan.file_name;
@@ -225,7 +229,7 @@ void Logger::set_up_internal_channel(const LoggerConfig& config) {
 }
 
 void Logger::set_up_user_channel(const LoggerConfig& config) {
-  const std::lock_guard<std::mutex> lock(set_up_mutex_);
+  const std::lock_guard<std::timed_mutex> lock(set_up_mutex_);
   const ChannelPlan plan = plan_user_channel(config);
   user_logger_ = open_channel(plan, config);
   if (user_logger_ == nullptr) return;
@@ -236,7 +240,7 @@ void Logger::set_up_user_channel(const LoggerConfig& config) {
 
 // Empty when there is no writer thread (any more). Throws what the file sink throws.
 std::shared_ptr<spdlog::async_logger> Logger::open_channel(const ChannelPlan& plan, const LoggerConfig& config) {
-  if (pool_ == nullptr) return nullptr;
+  if (pool_ == nullptr || exiting_) return nullptr;
   ::mkdir(plan.directory.c_str(), 0755);  // a failure shows when the file is opened, which makes missing parents too
   const auto level = static_cast<spdlog::level::level_enum>(plan.level);
   std::vector<spdlog::sink_ptr> sinks;
@@ -265,23 +269,32 @@ void Logger::shutdown() {
   if (closing.user_logger != nullptr) closing.user_logger->flush();
   drain_writers();
   spdlog::shutdown();
-  end_writer_thread(std::move(closing.pool));
+  end_writer_thread(std::move(closing.pool), SteadyTime::max());
 }
 
 // Unlike shutdown, leaves the loggers that the application registered with the logging library alone.
 void Logger::close_at_exit() {
-  Closing closing = stop_accepting();
+  // Held by a thread that opens a channel on a disk that hangs.
+  std::unique_lock<std::timed_mutex> lock(set_up_mutex_, kStalledWriter);
+  if (!lock.owns_lock()) return;
+  exiting_ = true;
+  Closing closing = take_channels();
+  lock.unlock();
   if (!closing.any()) return;
   drain_writers();
   spdlog::drop(kInternalLoggerName);
   spdlog::drop(kUserLoggerName);
-  end_writer_thread(std::move(closing.pool));
+  end_writer_thread(std::move(closing.pool), std::chrono::steady_clock::now() + kLongestEnd);
 }
 
 // From here on records are dropped. Of several concurrent callers one gets the channels, the others get nothing. Nor
 // does a forked child: it has the pool's memory but not its thread, for which it would wait for ever.
 Logger::Closing Logger::stop_accepting() {
-  const std::lock_guard<std::mutex> lock(set_up_mutex_);
+  const std::lock_guard<std::timed_mutex> lock(set_up_mutex_);
+  return take_channels();
+}
+
+Logger::Closing Logger::take_channels() {
   Closing closing;
   if (!internal_ready_ && !user_ready_) return closing;
   internal_threshold_ = kOff;

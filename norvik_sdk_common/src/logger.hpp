@@ -102,13 +102,14 @@ class Logger {
   int32_t with_channel(const std::atomic<bool>& ready, const std::weak_ptr<AsyncLogger>& channel, Action&& action);
 
   Closing stop_accepting();
+  Closing take_channels();  // The caller holds set_up_mutex_.
   void drain_writers() const;
   void close_at_exit();
 
   static std::atomic<int32_t> internal_threshold_;
   static std::atomic<int32_t> user_threshold_;
 
-  mutable std::mutex set_up_mutex_;  // set-up against shutdown and the two getters; never taken by the write path
+  mutable std::timed_mutex set_up_mutex_;  // set-up against shutdown and the two getters; never taken by the write path
   std::shared_ptr<AsyncLogger> internal_logger_;
   std::shared_ptr<spdlog::details::thread_pool> pool_;
   std::weak_ptr<AsyncLogger> internal_channel_;
@@ -121,7 +122,8 @@ class Logger {
   std::atomic<int32_t> active_writers_{0};
   std::string log_path_;
   std::string log_file_name_;
-  pid_t owner_process_;  // a forked child has no writer thread to wait for
+  bool exiting_ = false;  // guarded by set_up_mutex_: no channel is opened any more
+  pid_t owner_process_;   // a forked child has no writer thread to wait for
 };
 
 }  // namespace norvik::sdk

@@ -181,7 +181,7 @@ class NORVIK_SDK_EXPORT NorvikMotion {
 
   // Drives the robot to its zero posture: leg or torso together with the head, then the left arm, then the right arm.
   //   blocking, speed  of the first of these motions; rad/s, above 0.
-  //   timeout          of the first motion, and above 0. That of `parameter` holds for each arm.
+  //   timeout          of the first motion, seconds. That of `parameter` holds for each arm and is above 0.
   // An empty parameter stands for `default_param`, and none is written to. INVALID_INPUT also when NorvikRobot has not
   // been initialised; else requests of the service.
   virtual MotionStatus move_whole_body_joint_zero(bool blocking = true, double speed = 0.2, double timeout = 15.0,

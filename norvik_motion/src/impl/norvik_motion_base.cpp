@@ -161,6 +161,9 @@ void NorvikMotionBase::open_transforms() {
 
 // The slot's time-out comes before its speed, the operation's after it.
 void NorvikMotionBase::fill_provider_slot() {
+  if (g_slot_owner.load() == this) {
+    return;  // As it is: another thread may be calling it.
+  }
   WholeBodyJointProvider::move_whole_body_joint_zero_func_ = [this](bool blocking, double timeout, double speed,
                                                                     const std::shared_ptr<void>& parameter) {
     return move_whole_body_joint_zero(blocking, speed, timeout,

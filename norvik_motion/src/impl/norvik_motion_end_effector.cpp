@@ -14,8 +14,8 @@ namespace norvik::sdk {
 
 namespace {
 
-// For a background task to notice that the process ends.
-constexpr std::chrono::milliseconds kTimeForAsyncTask{500};
+// For a background task to notice that the process ends; well below the time for which the middleware holds it then.
+constexpr std::chrono::milliseconds kTimeForAsyncTask{100};
 
 std::string chain_of_end_effector(std::string end_effector) {
   const std::string suffix = "_end_effector";
@@ -81,9 +81,9 @@ MotionStatus NorvikMotionBase::start_async_task(std::string chain, std::vector<d
     return MotionStatus::IN_PROGRESS;
   }
   async_task_running_ = true;
-  std::promise<void> done;
-  async_task_done_ = done.get_future();
   try {
+    std::promise<void> done;
+    async_task_done_ = done.get_future();
     async_task_thread_ = std::thread([this, chain = std::move(chain), pose = std::move(pose),
                                       context = std::move(context), done = std::move(done)]() mutable {
       run_async_task(chain, pose, context);

@@ -179,7 +179,8 @@ MotionStatus NorvikMotionBase::get_transform(const std::string& target, const st
 // The lower body and the head move by the joint layer, then the arms by the planner. Nothing moves unless both can.
 MotionStatus NorvikMotionBase::move_to_zero(const ZeroPosture& posture, bool blocking, double speed, double timeout,
                                             std::shared_ptr<Parameter> parameter) {
-  if (!(timeout > 0.0)) {
+  const auto options = read_parameter(parameter ? parameter : default_param, "move_whole_body_joint_zero");
+  if (!options || !(options->timeout > 0.0)) {
     SDK_LOG(error) << "invalid [timeout_ms] value, must be positive.";
     return MotionStatus::INVALID_INPUT;
   }
@@ -198,8 +199,7 @@ MotionStatus NorvikMotionBase::move_to_zero(const ZeroPosture& posture, bool blo
   if (lower != MotionStatus::SUCCESS) {
     return lower;
   }
-  const auto copy =
-      std::make_shared<Parameter>(*read_parameter(parameter ? parameter : default_param, "move_whole_body_joint_zero"));
+  const auto copy = std::make_shared<Parameter>(*options);
   copy->immediate_execute = true;
   copy->blocking = blocking;
   copy->plan_path = true;

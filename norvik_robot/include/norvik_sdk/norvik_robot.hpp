@@ -133,9 +133,8 @@ class NORVIK_SDK_EXPORT NorvikRobot {
   virtual ControlStatus set_suction_cup_command(const std::string& suction_cup, bool activate) = 0;
 
   // Opens or closes a gripper ("left_gripper", "right_gripper").
-  //   width_m       opening in metres, finite and >= 0: 0.08 for 80 mm. Above 1 m a record warns of a slip of units;
-  //   the
-  //                 command is sent all the same, and a blocking call waits for as long as that way would take.
+  //   width_m       opening in metres, finite and >= 0: 0.08 for 80 mm. Above 1 m a record warns of a slip of
+  //                 units; the command is sent all the same, and a blocking call waits as long as that way takes.
   //   velocity_mps  in (0, 0.2].
   //   effort        percent, in (0, 100].
   //   blocking      waits until the width is reached, at most the computed time plus 8 s.

@@ -17,8 +17,8 @@ namespace norvik::sdk {
 // `robot` is one from NorvikRobot::get_instance. These functions leave no record in the log.
 
 // Waits until commands are not refused any more for want of the robot's state: both services of the whole-body
-// controller are on the network, and its error report, its joint states and the odometry have arrived. Looks every 10
-// ms.
+// controller are on the network, and its error report, its joint states, its sensor report and the odometry have
+// arrived. Looks every 10 ms.
 //   timeout_s  seconds; 0 and below look once.
 // False when the time is over, before `init`, and once a shutdown was asked for. Blocks at most `timeout_s`.
 NORVIK_SDK_EXPORT bool wait_until_ready(NorvikRobot& robot, double timeout_s = 10.0);

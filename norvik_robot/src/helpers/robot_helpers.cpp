@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <thread>
 
 #include "impl/wbc_base.hpp"
+#include "ovimux/core/shutdown_tasks.hpp"
 #include "ovimux/ovimux.hpp"
 
 namespace norvik::sdk {
@@ -30,7 +30,9 @@ bool wait_until_ready(NorvikRobot& robot, double timeout_s) {
     if (std::chrono::steady_clock::now() >= deadline) {
       return false;
     }
-    std::this_thread::sleep_for(kPollPeriod);
+    if (!ovimux::sleep_while_running(std::chrono::steady_clock::now() + kPollPeriod)) {
+      return false;
+    }
   }
   return false;
 }

@@ -239,7 +239,10 @@ float AudioBase::get_volume() {
   const auto deadline = steady_clock::now() + kVolumeTimeout;
   const auto answered = [this] { return volume_answered_; };
   while (!volume_changed_.wait_until(lock, std::min(deadline, steady_clock::now() + kShutdownPoll), answered)) {
-    if (steady_clock::now() >= deadline || !ovimux::sleep_while_running(steady_clock::now())) {
+    lock.unlock();  // The thread may be held here while the process exits.
+    const bool running = ovimux::sleep_while_running(steady_clock::now());
+    lock.lock();
+    if (!volume_answered_ && (steady_clock::now() >= deadline || !running)) {
       SDK_LOG(warning) << "audio transceiver get volume timeout";
       break;
     }

@@ -70,15 +70,21 @@ WbcBase::~WbcBase() {
 
 bool WbcBase::wbc_base_init() {
   ovimux::OvimuxInit();
-  std::call_once(init_once_, [this] { initialized_ = open_channels(); });
+  bool is_new = false;
+  std::call_once(init_once_, [&] {
+    initialized_ = open_channels();
+    is_new = true;
+  });
   if (wbcs_target_client_) {
     wbcs_target_client_->WaitForServerConnected(kServerTimeout);
   }
   if (wbcs_controller_client_) {
     wbcs_controller_client_->WaitForServerConnected(kServerTimeout);
   }
-  for (const auto& watch : service_watches_) {
-    watch->look_first();
+  if (is_new) {  // Later, a server that was killed may still count.
+    for (const auto& watch : service_watches_) {
+      watch->look_first();
+    }
   }
   publish_provider_slots();
   return initialized_;

@@ -11,6 +11,7 @@
 #include <exception>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include "core/process_state.hpp"
 #include "core/signal_watcher.hpp"
@@ -30,7 +31,8 @@ constexpr std::chrono::milliseconds kTimeForLog{200};
 constexpr std::chrono::seconds kLongestClosing{3};  // Usual are some milliseconds.
 
 std::atomic<bool> g_exiting{false};
-std::thread::id g_exiting_thread;  // Set before g_exiting.
+std::atomic<pid_t> g_process{0};                // That registered the handler.
+std::atomic<std::thread::id> g_exiting_thread;  // Set before g_exiting.
 
 // Waits for no reader: neither for that of standard error nor, with a full pipe, for that of standard output.
 void flush_what_can_be_written() {
@@ -94,11 +96,13 @@ class ExitDeadline {
   }
 }
 
-// Two threads in exit() would run each other's destructors; the second one ends here, and with it an exit callback.
+// Several threads in exit() would run each other's destructors; all but the first end here, and with one of them an
+// exit callback.
 void park_second_exit(int /*status*/, void* /*unused*/) {
-  if (std::this_thread::get_id() == g_exiting_thread) {
+  if (std::this_thread::get_id() == g_exiting_thread.load()) {
     return;
   }
+  ::on_exit(park_second_exit, nullptr);  // This registration is used up.
   if (on_shutdown_thread()) {
     note_exit_callback_done();
   }
@@ -110,13 +114,20 @@ bool begin_exit() {
   if (begun.exchange(true)) {
     return false;
   }
-  g_exiting_thread = std::this_thread::get_id();
+  g_exiting_thread.store(std::this_thread::get_id());
   g_exiting.store(true);
   return true;
 }
 
+// A forked child has neither the threads nor the connections; what it inherited belongs to its parent.
+bool is_forked_child() { return g_process.load() != 0 && g_process.load() != ::getpid(); }
+
 void at_exit(int status, void* /*unused*/) {
+  if (is_forked_child()) {
+    return;
+  }
   if (!begin_exit()) {
+    park_second_exit(status, nullptr);
     return;
   }
   ::on_exit(park_second_exit, nullptr);  // Is now what a second thread in exit() meets first.
@@ -135,20 +146,26 @@ void at_exit(int status, void* /*unused*/) {
 // the libraries that this one needs are still there: an exit handler registered so early would run behind their
 // destruction.
 [[gnu::destructor]] void at_unloading() {
-  if (begin_exit()) {
+  if (!is_forked_child() && begin_exit()) {
     Clear();
   }
 }
 
 }  // namespace
 
-void register_exit_handler() { ::on_exit(at_exit, nullptr); }  // Unlike atexit, tells the status.
+void register_exit_handler() {
+  pid_t unknown = 0;
+  g_process.compare_exchange_strong(unknown, ::getpid());
+  ::on_exit(at_exit, nullptr);  // Unlike atexit, tells the status.
+}
 
 bool process_is_exiting() { return g_exiting.load(); }
 
 void hold_while_exiting() {
   constexpr std::chrono::milliseconds kLongestHold{400};
-  if (g_exiting.load() && std::this_thread::get_id() != g_exiting_thread && !has_closing_pass()) {
+  thread_local bool was_held = false;
+  if (g_exiting.load() && std::this_thread::get_id() != g_exiting_thread.load() && !has_closing_pass() &&
+      !OvimuxThreadPool::on_worker() && !std::exchange(was_held, true)) {
     std::this_thread::sleep_for(kLongestHold);
   }
 }

@@ -66,8 +66,11 @@ void note_exit_callback_done() {
 
 void await_exit_callback(std::chrono::milliseconds limit) {
   auto& state = process_state();
+  std::function<void()> unused;  // Dies after the lock is released.
   std::unique_lock<std::mutex> lock(state.mutex);
   state.changed.wait_for(lock, limit, [&] { return exit_callback_is_over(state); });
+  // A signal that comes later finds none: what it would work with is being destroyed.
+  unused.swap(state.exit_callback);
 }
 
 void OvimuxInitInternal() {
@@ -109,6 +112,8 @@ void WaitForShutdown() {
   finish_shutdown_tasks();
   lock.lock();
   state.changed.wait(lock, [&] { return state.active_waits == 0 && exit_callback_is_over(state); });
+  lock.unlock();
+  hold_while_exiting();
 }
 
 ActiveWait::ActiveWait() {
@@ -130,8 +135,10 @@ ActiveWait::~ActiveWait() {
 void OvimuxSetExitCallback(std::function<void()> callback, std::function<bool()> predicate) {
   auto& state = process_state();
   const std::lock_guard<std::mutex> lock(state.mutex);
-  state.exit_callback = std::move(callback);
-  state.exit_predicate = std::move(predicate);
+  if (!process_is_exiting()) {
+    state.exit_callback.swap(callback);  // The old ones die after the lock is released.
+    state.exit_predicate.swap(predicate);
+  }
 }
 
 void Clear() {

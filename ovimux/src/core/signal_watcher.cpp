@@ -28,7 +28,10 @@ thread_local bool t_is_shutdown_thread = false;
 void handle_signal(int /*signal_number*/) {
   const int saved_errno = errno;
   for (size_t i = 0; i < kSignals.size(); ++i) {
-    if (g_installed[i].exchange(false)) {
+    struct sigaction current {};
+    const bool is_ours = g_installed[i].exchange(false) && sigaction(kSignals[i], nullptr, &current) == 0 &&
+                         current.sa_handler == handle_signal;
+    if (is_ours) {  // The application may have installed its own meanwhile.
       std::signal(kSignals[i], SIG_DFL);
     }
   }

@@ -102,8 +102,11 @@ void StderrQueue::run() {
 }
 
 void StderrQueue::flush(std::chrono::milliseconds limit) {
+  if (owner_process_ != ::getpid()) {
+    return;  // A forked child: the lock may have been held at that moment, by a thread that it does not have.
+  }
   std::unique_lock<std::mutex> lock(mutex_);
-  if (has_thread_ && owner_process_ == ::getpid()) {
+  if (has_thread_) {
     written_.wait_for(lock, limit, [this] { return lines_.empty() && !writing_; });
   }
 }

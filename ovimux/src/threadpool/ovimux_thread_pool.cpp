@@ -25,6 +25,8 @@ void run_guarded(Task& task) {
 
 }  // namespace
 
+bool OvimuxThreadPool::on_worker() { return t_worked_pool != nullptr; }
+
 OvimuxThreadPool* OvimuxThreadPool::Instance(bool create) {
   static std::mutex mutex;
   static std::atomic<OvimuxThreadPool*> instance{nullptr};

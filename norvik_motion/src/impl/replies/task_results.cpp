@@ -35,6 +35,12 @@ bool has_valid_shape(const core_proto::Matrix& matrix) {
                    << static_cast<int32_t>(cols);
     return false;
   }
+  return true;
+}
+
+bool has_valid_size(const core_proto::Matrix& matrix) {
+  const uint32_t rows = matrix.rows();
+  const uint32_t cols = matrix.cols();
   if (static_cast<uint64_t>(matrix.elements_size()) != uint64_t{rows} * cols) {
     SDK_LOG(error) << "Jacobian response matrix size mismatch: rows=" << rows << ", cols=" << cols
                    << ", elements_size=" << matrix.elements_size();
@@ -132,6 +138,9 @@ std::tuple<MotionStatus, DoubleRows> parse_jacobian_result(const KinematicRespon
     return {MotionStatus::FAULT, {}};
   }
   SDK_LOG(info) << "Jacobian for link '" << link << "': " << matrix.rows() << "x" << matrix.cols();
+  if (!has_valid_size(matrix)) {
+    return {MotionStatus::FAULT, {}};
+  }
   return {MotionStatus::SUCCESS, to_rows(matrix)};
 }
 

@@ -178,6 +178,9 @@ bool set_feasibility_boundary(const DataChecker& checker, const std::vector<Kine
       !check_limits(checker, chain, jerk)) {
     return false;
   }
+  if (tells_nothing(velocity) && tells_nothing(acceleration) && tells_nothing(jerk)) {
+    return true;
+  }
   auto& wire = *request.mutable_set_feasibility_bound();
   wire.set_chain(chain_type(chain));
   if (!tells_nothing(velocity)) {

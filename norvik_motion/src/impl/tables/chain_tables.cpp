@@ -10,9 +10,10 @@ namespace {
 
 constexpr int32_t kMostJoints = 10'000;  // Of a whole body; what is beyond is a defect of the sender.
 
+// A negative index is passed over by who uses it.
 bool has_plausible_indices(const kelvorn_proto::ChainProp& chain) {
   const auto& indices = chain.chain_joint_indices();
-  return std::all_of(indices.begin(), indices.end(), [](int32_t index) { return index >= 0 && index < kMostJoints; });
+  return std::all_of(indices.begin(), indices.end(), [](int32_t index) { return index < kMostJoints; });
 }
 
 }  // namespace

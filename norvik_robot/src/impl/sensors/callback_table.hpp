@@ -11,8 +11,9 @@
 
 namespace norvik::sdk {
 
-// The users' callbacks of one kind of record, by sensor. Callbacks run on a snapshot of the table and without a lock, so
-// that they may register others and take as long as they like: neither registration nor another stream waits for them.
+// The users' callbacks of one kind of record, by sensor. Callbacks run on a snapshot of the table and without a lock,
+// so that they may register others and take as long as they like: neither registration nor another stream waits for
+// them.
 template <typename T>
 class CallbackTable {
  public:

@@ -175,7 +175,7 @@ class DDSSerializationDataClient : public SerializationClient<Req, Resp>,
     constexpr std::chrono::milliseconds kShutdownCheckPeriod{50};
     constexpr std::chrono::hours kLongestWait{24 * 365};  // Keeps the deadline within the range of the clock.
     const ActiveWait active;
-    const auto deadline = Clock::now() + std::min<Clock::duration>(timeout, kLongestWait);
+    const auto deadline = Clock::now() + std::min<std::chrono::seconds>(timeout, kLongestWait);
     while (may_send()) {
       const auto slice = std::min(deadline, Clock::now() + kShutdownCheckPeriod);
       if (future.wait_until(slice) == std::future_status::ready) {

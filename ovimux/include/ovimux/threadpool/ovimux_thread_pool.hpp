@@ -54,6 +54,9 @@ class OVIMUX_EXPORT OvimuxThreadPool {
   bool await_idle(std::chrono::steady_clock::time_point deadline);
 
   void set_policy(OverflowPolicy policy) { policy_.store(policy); }
+  // True on the worker threads of any pool.
+  static bool on_worker();
+
   unsigned worker_count() const { return static_cast<unsigned>(workers_.size()); }
 
  private:

@@ -11,6 +11,7 @@
 #include <linux/rtnetlink.h>
 
 #include <array>
+#include <system_error>
 #include <utility>
 
 #include "ovimux/log.hpp"
@@ -65,7 +66,11 @@ AddressWatch::AddressWatch(Report report)
     OVIMUX_LOG(kWarning) << "changes of network addresses cannot be watched";
     return;
   }
-  thread_ = std::thread([this] { run(); });
+  try {
+    thread_ = std::thread([this] { run(); });
+  } catch (const std::system_error& error) {
+    OVIMUX_LOG(kWarning) << "changes of network addresses cannot be watched: " << error.what();
+  }
 }
 
 AddressWatch::~AddressWatch() {

@@ -198,6 +198,9 @@ bool TrajectoryControl::request_stop(const std::string& group, ErrorInfo& error_
     return false;
   }
   modules.common_utils->transform_to_error_info(response, error_info);
+  if (group == kAllGroups) {  // The base with them.
+    modules.common_utils->motions_under_way().base_velocity_ended();
+  }
   SDK_LOG(info) << operation << " success";
   return true;
 }

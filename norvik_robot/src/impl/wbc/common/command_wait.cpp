@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "impl/wbc/common/common_utils.hpp"
-#include "ovimux/core/exit_hold.hpp"
 #include "ovimux/core/shutdown_tasks.hpp"
 #include "sdk_log.hpp"
 
@@ -32,9 +31,7 @@ std::chrono::seconds ceil_to_seconds(double timeout_s) {
 bool sleep_for_seconds(double duration_s) {
   const std::chrono::duration<double> duration(clamp_to_wait(duration_s));
   const auto deadline = steady_now() + std::chrono::duration_cast<std::chrono::nanoseconds>(duration);
-  const bool slept = ovimux::sleep_while_running(deadline);
-  ovimux::hold_while_exiting();
-  return slept;
+  return ovimux::sleep_while_running(deadline);
 }
 
 ControlStatus sleep_in_command(const char* operation, double duration_s) {

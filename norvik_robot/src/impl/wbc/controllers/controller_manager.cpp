@@ -139,13 +139,18 @@ ControlStatus ControllerManager::switch_controller(const std::string& group, Err
 }
 
 ControlStatus ControllerManager::reload_controller(const std::string& group) {
-  return execute_group_command(group, generate_controller_reload, "reload_controller");
+  const ControlStatus status = execute_group_command(group, generate_controller_reload, "reload_controller");
+  if (status == ControlStatus::SUCCESS) {
+    note_stopped(group);
+  }
+  return status;
 }
 
 ControlStatus ControllerManager::release_controller(const std::string& group) {
   const ControlStatus status = execute_group_command(group, generate_controller_release, "release_controller");
   if (status == ControlStatus::SUCCESS) {
     forget_active_id(group);
+    note_stopped(group);
   }
   return status;
 }
@@ -155,7 +160,11 @@ ControlStatus ControllerManager::start_controller(const std::string& group) {
 }
 
 ControlStatus ControllerManager::stop_controller(const std::string& group) {
-  return execute_group_command(group, generate_controller_stop, "stop_controller");
+  const ControlStatus status = execute_group_command(group, generate_controller_stop, "stop_controller");
+  if (status == ControlStatus::SUCCESS) {
+    note_stopped(group);
+  }
+  return status;
 }
 
 ControlStatus ControllerManager::execute_group_command(const std::string& group, GroupRequest generate,
@@ -186,6 +195,13 @@ ControlStatus ControllerManager::execute_controller_command(const std::string& g
   }
   SDK_LOG(info) << operation << " success";
   return ControlStatus::SUCCESS;
+}
+
+// A base that was stopped with its group, or with all, follows no velocity of this process any more.
+void ControllerManager::note_stopped(const std::string& group) const {
+  if (group == kAllGroups || group == get_chassis_group_name_impl()) {
+    common_utils_->motions_under_way().base_velocity_ended();
+  }
 }
 
 bool ControllerManager::has_fatal_answer(const std::string& group,
@@ -236,9 +252,10 @@ void ControllerManager::warn_of_lost_server(const std::string& group, const std:
   {
     const std::lock_guard<std::mutex> lock(active_mutex_);
     const auto active = active_.find(group);
-    if (active == active_.end() || std::exchange(active->second.lost_servers, lost) == lost) {
+    if (active == active_.end() || lost <= active->second.lost_servers) {
       return;
     }
+    active->second.lost_servers = lost;
   }
   SDK_LOG(warning) << "the controller service was lost since " << controller_name << " was made active: a restarted "
                    << "robot has another controller active and ignores or refuses commands to this one; "
@@ -256,7 +273,11 @@ std::optional<int> ControllerManager::find_active_id(const std::string& group) c
 }
 
 void ControllerManager::remember_active_id(const std::string& group, int ctrl_id) {
-  const unsigned lost = lost_server_count();
+  // A killed server counts as there until its lease ends: of several, one has just answered, and the others are as good
+  // as lost.
+  const auto client = common_utils_->get_wbcs_controller_client();
+  const unsigned gone = client ? std::max(1U, client->GetMatchedServerCount()) - 1 : 0;
+  const unsigned lost = lost_server_count() + gone;
   const std::lock_guard<std::mutex> lock(active_mutex_);
   active_[group] = {ctrl_id, lost};
 }

@@ -95,6 +95,7 @@ class ControllerManager {
   ControlStatus execute_group_command(const std::string& group, GroupRequest generate, const char* operation);
   ControlStatus execute_controller_command(const std::string& group, const MakeRequest& make_request,
                                            const std::string& operation);
+  void note_stopped(const std::string& group) const;
   bool has_fatal_answer(const std::string& group, const std::shared_ptr<tavrinox_proto::TavrinoXError>& response) const;
   bool is_switch_needed(const std::string& controller_name, const std::string& group, int ctrl_id, bool force_switch);
 

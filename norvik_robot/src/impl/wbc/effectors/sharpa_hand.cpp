@@ -136,14 +136,14 @@ ControlStatus SharpaHand::wait_for_hand(MotionsUnderWay::Motion& motion, SteadyT
 
 void SharpaHand::hold(const std::string& group, std::vector<JointCommand> commands) {
   JointStateMessage state;
-  if (build_sharpa_joint_state(group, state) != ControlStatus::SUCCESS) {
-    return;
-  }
-  for (size_t i = 0; i < commands.size(); ++i) {
+  const bool known = build_sharpa_joint_state(group, state) == ControlStatus::SUCCESS;
+  for (size_t i = 0; known && i < commands.size(); ++i) {
     commands[i].position = state.joint_states[i].position;
   }
-  if (publish_command(group, commands) == ControlStatus::SUCCESS) {
+  if (known && publish_command(group, commands) == ControlStatus::SUCCESS) {
     SDK_LOG(info) << "stop " << group << " action success.";
+  } else {
+    SDK_LOG(error) << "stop " << group << " action timeout.";
   }
 }
 
