@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <csignal>
 #include <functional>
 #include <map>
 #include <string>
 #include <thread>
 #include <tuple>
 
+#include "live/live_robot.hpp"
 #include "live/self_process.hpp"
 
 namespace norvik::test {
@@ -107,7 +109,7 @@ TEST_P(Interrupt, EndsTheProgramAndStopsTheRobot) {
     simulator.kill_hard();
   }
   const auto start = std::chrono::steady_clock::now();
-  process.send_signal(SIGINT);
+  process.kill(SIGINT);
   EXPECT_EQ(process.wait_for_exit(5s), kEndedAsTold);
   EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);  // 0.7 s, and the closing of DDS on a busy machine
   if (alive) {
@@ -128,7 +130,7 @@ TEST(InterruptOfOne, LeavesTheMotionsOfOtherApplicationsAlone) {
   SimulatorControl control;
   SelfProcess process("joints");
   ASSERT_TRUE(eventually([&] { return moves(control, "head_joint1"); }, 60s));
-  process.send_signal(SIGINT);
+  process.kill(SIGINT);
   EXPECT_EQ(process.wait_for_exit(5s), kEndedAsTold);
   EXPECT_FALSE(moves(control, "head_joint1"));
   EXPECT_TRUE(moves(control, "left_arm_joint1"));

@@ -9,6 +9,8 @@
 #include <vector>
 #include <nlohmann/json.hpp>
 
+#include "support/child_process.hpp"
+
 namespace norvik::ovimux {
 class Node;
 template <typename Req, typename Resp>
@@ -22,12 +24,12 @@ namespace norvik::test {
 class SimulatorProcess {
  public:
   // Starts nothing yet. `arguments` as on the command line, without the program's name.
-  explicit SimulatorProcess(std::vector<std::string> arguments = {"--model", "k2"});
+  explicit SimulatorProcess(const std::vector<std::string>& arguments = {"--model", "k2"});
   ~SimulatorProcess();
   SimulatorProcess(const SimulatorProcess&) = delete;
   SimulatorProcess& operator=(const SimulatorProcess&) = delete;
 
-  // True when the simulator says that it is ready within `limit`.
+  // True when the simulator says that it is ready within `limit`. Throws std::system_error when there is no program.
   bool start(std::chrono::milliseconds limit = std::chrono::seconds(20));
   // Kills it if it runs, and starts it again.
   bool restart();
@@ -41,23 +43,18 @@ class SimulatorProcess {
   // Waits for it to end by itself: the exit status, 128 + signal for a signal, empty when it still runs.
   std::optional<int> wait_for_exit(std::chrono::milliseconds limit);
 
-  pid_t pid() const { return pid_; }
+  // -1 when it has been seen to end, and before its start.
+  pid_t pid() const { return process_ ? process_->pid() : -1; }
   const std::string& ready_line() const { return ready_line_; }
 
  private:
-  bool spawn();
-  bool read_ready_line(std::chrono::milliseconds limit);
-  void close_pipes();
-
-  const std::vector<std::string> arguments_;
-  pid_t pid_ = -1;
-  int stdin_fd_ = -1;
-  int stdout_fd_ = -1;
+  std::vector<std::string> command_;
+  std::optional<ChildProcess> process_;
   std::string ready_line_;
 };
 
 struct ProgramResult {
-  int exit_status = -1;
+  int exit_status = -1;  // 128 + signal for a signal, -1 when it did not end within 40 s
   std::string output;
 };
 // Runs the simulator to its end and returns what it wrote on the standard output.
