@@ -175,8 +175,8 @@ int count_commands() {
 // The figures of one stream, with `sent` lowered to what arrived.
 StreamFigures measure_stream(const std::string& means, int count, int joints) {
   const Simulator simulator;
-  ChildProcess counter(self_command({"count_commands"}));
-  ChildProcess sender(self_command({"stream", means, std::to_string(count), std::to_string(joints)}));
+  PartnerProcess counter(self_command({"count_commands"}));
+  PartnerProcess sender(self_command({"stream", means, std::to_string(count), std::to_string(joints)}));
   sender.read_after("streaming");
   std::this_thread::sleep_for(std::chrono::seconds(1));
   counter.write_line("reset");

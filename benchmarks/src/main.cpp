@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "command_benchmarks.hpp"
+#include "partner_process.hpp"
 #include "report.hpp"
 #include "sdk_benchmarks.hpp"
 #include "sensor_benchmarks.hpp"
@@ -70,6 +71,7 @@ int run_suites(const std::vector<std::string>& arguments) {
 
 // Each file with roles answers -1 for one that is not among its own.
 int run_role_of_ours(const std::vector<std::string>& arguments) {
+  end_with_parent();
   for (const auto run : {run_wire_role, run_sdk_role, run_command_role, run_sensor_role}) {
     const int status = run(arguments);
     if (status >= 0) {

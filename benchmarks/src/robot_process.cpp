@@ -18,6 +18,7 @@ std::vector<std::string> simulator_command(int rate_hz, const std::vector<std::s
   const char* path = std::getenv("NORVIK_SIMULATOR");
   std::vector<std::string> command = {path != nullptr ? path : NORVIK_SIMULATOR_PATH, "--model", "k2", "--rate",
                                       std::to_string(rate_hz)};
+  command.emplace_back("--exit-with-stdin");  // With us, however we end.
   command.insert(command.end(), more_options.begin(), more_options.end());
   return command;
 }
@@ -91,7 +92,7 @@ void wait_for_parent() {
   std::getline(std::cin, line);
 }
 
-std::vector<double> read_figures(ChildProcess& child) {
+std::vector<double> read_figures(PartnerProcess& child) {
   std::istringstream stream(child.read_after("figures"));
   std::vector<double> figures;
   for (double value = 0.0; stream >> value;) {
@@ -101,7 +102,7 @@ std::vector<double> read_figures(ChildProcess& child) {
 }
 
 std::vector<double> run_role(const std::vector<std::string>& role) {
-  ChildProcess child(self_command(role));
+  PartnerProcess child(self_command(role));
   auto figures = read_figures(child);
   child.write_line("end");
   return figures;

@@ -9,7 +9,7 @@
 
 #include <norvik_sdk/norvik_sdk.hpp>
 
-#include "child_process.hpp"
+#include "partner_process.hpp"
 #include "report.hpp"
 #include "stack.hpp"
 
@@ -21,7 +21,7 @@ class Simulator {
   explicit Simulator(int rate_hz = 100, const std::vector<std::string>& more_options = {});
 
  private:
-  ChildProcess process_;
+  PartnerProcess process_;
 };
 
 // ---- For the roles, which run in processes of their own ----
@@ -58,7 +58,7 @@ void wait_for_parent();
 
 // ---- For the parent ----
 
-std::vector<double> read_figures(ChildProcess& child);
+std::vector<double> read_figures(PartnerProcess& child);
 // Runs a role to its end.
 std::vector<double> run_role(const std::vector<std::string>& role);
 

@@ -377,9 +377,9 @@ struct SensorFigures {
 
 SensorFigures measure_sensors(const std::string& role, int seconds) {
   const Simulator simulator(100, smallest_sensors());
-  ChildProcess receiver(self_command({role}));
+  PartnerProcess receiver(self_command({role}));
   receiver.read_after("receiving");
-  ChildProcess source(self_command({"sensor_source", std::to_string(seconds)}));
+  PartnerProcess source(self_command({"sensor_source", std::to_string(seconds)}));
   source.read_after("matched");
   receiver.write_line("start");
   source.write_line("start");

@@ -12,7 +12,7 @@
 #include <sstream>
 #include <thread>
 
-#include "child_process.hpp"
+#include "partner_process.hpp"
 #include "stack.hpp"
 
 namespace norvik::benchmarks {
@@ -214,8 +214,8 @@ int echo_client(Stack& stack, size_t size, int64_t count) {
 
 // Runs one reader and one writer process and returns the reader's figures.
 Figures run_pair(const std::vector<std::string>& reader_role, const std::vector<std::string>& writer_role) {
-  ChildProcess reader(self_command(reader_role));
-  ChildProcess writer(self_command(writer_role));
+  PartnerProcess reader(self_command(reader_role));
+  PartnerProcess writer(self_command(writer_role));
   reader.read_after("matched");
   reader.write_line("go");
   writer.write_line("go");
@@ -327,8 +327,8 @@ std::vector<Row> throughput_rows(double scale) {
 std::vector<Row> round_trip_rows(double scale) {
   const auto count = scaled(scale, 5000);
   const auto result = compare([&](const std::string& stack) {
-    ChildProcess server(self_command({"echo_server", stack}));
-    ChildProcess client(self_command({"echo_client", stack, "1024", std::to_string(count)}));
+    PartnerProcess server(self_command({"echo_server", stack}));
+    PartnerProcess client(self_command({"echo_client", stack, "1024", std::to_string(count)}));
     Figures figures = parse_figures(client.read_after("figures"));
     client.write_line("end");
     server.write_line("end");
