@@ -9,7 +9,7 @@ install(TARGETS ovimux norvik_proto LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} 
 set_target_properties(norvik_sdk ovimux norvik_proto PROPERTIES INSTALL_RPATH "$ORIGIN")
 
 if(TARGET norvik)
-  install(TARGETS norvik RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(TARGETS norvik RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} OPTIONAL)  # The demo does not build it.
 endif()
 
 foreach(module norvik_sdk_common norvik_robot norvik_motion norvik_navigation norvik_perception)

@@ -104,7 +104,7 @@ scripts/setup.sh build product simulator 2>&1 | tee -a "$log" | grep --line-buff
 
 say "Building the library and the simulated robot (some minutes the first time)"
 configure_preset release -DNORVIK_BUILD_TESTS=OFF >>"$log" 2>&1 || die "the configuration failed"
-cmake --build build/release -j"$jobs" --target norvik_sdk norvik_simulator norvik 2>&1 | tee -a "$log" | show_progress
+cmake --build build/release -j"$jobs" --target norvik_sdk norvik_simulator 2>&1 | tee -a "$log" | show_progress
 [ "${PIPESTATUS[0]}" -eq 0 ] || die "the build failed"
 
 say "Building the examples against the installed package"

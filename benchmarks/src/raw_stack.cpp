@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "dds/endpoint_qos.hpp"
-#include "dds/envelope_type.hpp"
+#include "dds/envelope/envelope_type.hpp"
 #include "dds/participant.hpp"
 #include "stack.hpp"
 

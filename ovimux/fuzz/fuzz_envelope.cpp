@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "dds/envelope_codec.hpp"
+#include "dds/envelope/envelope_codec.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace norvik::ovimux;  // NOLINT(google-build-using-namespace)

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <nlohmann/json.hpp>
 
 #include "world/refusal.hpp"
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
+#include <nlohmann/json.hpp>
 
 #include "control/command_shape.hpp"
 

@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cmath>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <sndfile.hh>
 
 namespace norvik::simulator {

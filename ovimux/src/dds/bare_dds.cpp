@@ -1,7 +1,7 @@
 #include "ovimux/dds/bare_dds.hpp"
 
 #include "core/topology_peers.hpp"
-#include "dds/envelope_codec.hpp"
+#include "dds/envelope/envelope_codec.hpp"
 #include "dds/participant.hpp"
 
 namespace norvik::ovimux {

@@ -21,7 +21,7 @@
 #include "dds/dds_statics.hpp"
 #include "dds/dds_thread.hpp"
 #include "dds/endpoint_qos.hpp"
-#include "dds/envelope_type.hpp"
+#include "dds/envelope/envelope_type.hpp"
 #include "dds/participant.hpp"
 #include "dds/transport/address_watch.hpp"
 #include "ovimux/core/global_data.hpp"

@@ -2,8 +2,8 @@
 
 #include <random>
 
-#include "dds/envelope_codec.hpp"
-#include "dds/envelope_type.hpp"
+#include "dds/envelope/envelope_codec.hpp"
+#include "dds/envelope/envelope_type.hpp"
 #include "ovimux/dds/bulk_message.hpp"
 
 namespace norvik::ovimux {

@@ -9,8 +9,8 @@
 #include <cstdlib>
 
 #include "dds/endpoint_qos.hpp"
-#include "dds/envelope_codec.hpp"
-#include "dds/envelope_type.hpp"
+#include "dds/envelope/envelope_codec.hpp"
+#include "dds/envelope/envelope_type.hpp"
 #include "dds/participant.hpp"
 #include "ovimux/dds/dds_tools.hpp"
 #include "support/wire_fixture.hpp"

@@ -1,11 +1,13 @@
 // Topics between two processes.
 #include <google/protobuf/wrappers.pb.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
+#include <limits>
 #include <sstream>
 
-#include "dds/envelope_codec.hpp"
+#include "dds/envelope/envelope_codec.hpp"
 #include "ovimux/core/global_data.hpp"
 #include "ovimux/role_attributes.pb.h"
 #include "support/wire_fixture.hpp"
@@ -227,19 +229,22 @@ long resident_bytes() {
   return pages * sysconf(_SC_PAGESIZE);
 }
 
-// Ten megabytes for one slot of one history would already break the limit.
+// Ten megabytes for one slot of one history would already break the limit. What else goes on in the process, such as a
+// new segment for a peer that has just been restarted, may disturb one look but not all; the readers of all looks stay.
 TEST_F(Topics, LargeReadersReserveNothing) {
   Inbox inbox;
-  const auto first = read("large/first", inbox, test::large_qos());
-  const long before = resident_bytes();
-  std::vector<std::shared_ptr<RawReader>> readers;
-  for (int i = 0; i < 30; ++i) {
-    readers.push_back(read("large/" + std::to_string(i), inbox, test::large_qos()));
-    ASSERT_TRUE(readers.back());
+  std::vector<std::shared_ptr<RawReader>> readers{read("large/first", inbox, test::large_qos())};
+  long least = std::numeric_limits<long>::max();
+  for (int look = 0; look < 3; ++look) {
+    const long before = resident_bytes();
+    for (int i = 0; i < 30; ++i) {
+      readers.push_back(read("large/" + std::to_string(readers.size()), inbox, test::large_qos()));
+      ASSERT_TRUE(readers.back());
+    }
+    least = std::min(least, resident_bytes() - before);
   }
-  const long grown = resident_bytes() - before;
-  RecordProperty("grown_bytes", std::to_string(grown));
-  EXPECT_LT(grown, 8L << 20);
+  RecordProperty("grown_bytes", std::to_string(least));
+  EXPECT_LT(least, 8L << 20);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <nlohmann/json.hpp>
 
 #include "norvik/sensor_proto/microphone.pb.h"
 #include "services/sensors/sensor_moment.hpp"

@@ -1,4 +1,4 @@
-#include "dds/envelope_codec.hpp"
+#include "dds/envelope/envelope_codec.hpp"
 
 #include <array>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "dds/envelope_type.hpp"
+#include "dds/envelope/envelope_type.hpp"
 
-#include "dds/envelope_codec.hpp"
+#include "dds/envelope/envelope_codec.hpp"
 
 namespace norvik::ovimux {
 namespace {
