@@ -12,7 +12,7 @@ enum LogLevel { kTrace = 0, kDebug = 1, kInfo = 2, kWarning = 3, kError = 4, kCr
 // The middleware's own log channel, separate from the SDK's. It writes to stderr, warnings and worse unless
 // OVIMUX_LOG_LEVEL (0 to 5) says otherwise. Never destroyed, so that any thread may log at any time. A thread that logs
 // never waits for the reader of stderr: lines go through a queue to a thread of their own, and are dropped and counted
-// when it is full. exit() waits for them for 0.2 s at most; abort(), _exit() and a signal that kills lose what is
+// when it is full. exit() waits for them for 0.4 s at most; abort(), _exit() and a signal that kills lose what is
 // queued.
 class OVIMUX_EXPORT Logger {
  public:
