@@ -6,47 +6,14 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "world/surroundings.hpp"
+
 namespace norvik::simulator {
 
 namespace {
 
-struct Box {
-  KDL::Vector centre;  // metres
-  KDL::Vector size;
-  cv::Vec3b colour;  // blue, green, red
-};
-
-const cv::Vec3b kWood(95, 150, 190);
-const cv::Vec3b kWall(205, 215, 215);
-
-// The first is the floor, which is chequered; the last slides.
-const std::vector<Box>& boxes() {
-  static const std::vector<Box> kBoxes = {
-      {{0.0, 0.0, -0.05}, {12.0, 12.0, 0.1}, {120, 125, 130}},
-      {{5.0, 0.0, 1.25}, {0.1, 10.0, 2.5}, kWall},
-      {{-5.0, 0.0, 1.25}, {0.1, 10.0, 2.5}, kWall},
-      {{0.0, 5.0, 1.25}, {10.0, 0.1, 2.5}, {215, 205, 190}},
-      {{0.0, -5.0, 1.25}, {10.0, 0.1, 2.5}, {190, 205, 215}},
-      {{2.2, 0.0, 0.73}, {0.8, 1.6, 0.04}, kWood},
-      {{1.9, 0.7, 0.355}, {0.06, 0.06, 0.71}, kWood},
-      {{1.9, -0.7, 0.355}, {0.06, 0.06, 0.71}, kWood},
-      {{2.5, 0.7, 0.355}, {0.06, 0.06, 0.71}, kWood},
-      {{2.5, -0.7, 0.355}, {0.06, 0.06, 0.71}, kWood},
-      {{2.1, 0.5, 0.85}, {0.14, 0.14, 0.2}, {50, 50, 205}},
-      {{2.2, -0.45, 0.825}, {0.2, 0.12, 0.15}, {70, 170, 60}},
-      {{2.4, 0.1, 0.9}, {0.12, 0.22, 0.3}, {200, 110, 50}},
-      {{-1.5, 2.6, 0.9}, {0.5, 1.2, 1.8}, {70, 90, 130}},
-      {{1.0, -2.4, 0.3}, {0.6, 0.6, 0.6}, {160, 80, 150}},
-      {{-2.2, -1.2, 0.5}, {0.8, 0.5, 1.0}, {90, 160, 170}},
-      {{1.95, 0.0, 0.81}, {0.12, 0.12, 0.12}, {40, 200, 230}},
-  };
-  return kBoxes;
-}
-
 constexpr uint32_t kFloor = 0;
-constexpr double kTile = 0.5;          // m
-constexpr double kSlide = 0.4;         // m to either side
-constexpr double kSlidePeriod = 12.0;  // s
+constexpr double kTile = 0.5;  // m
 
 using Triangle = std::array<uint32_t, 3>;
 // Corner i has its x, y, z on the far side where bit 0, 1, 2 of i is set.
@@ -63,7 +30,7 @@ constexpr std::array<Triangle, 12> kTriangles = {{{0, 4, 6},
                                                   {4, 5, 7},
                                                   {4, 7, 6}}};
 
-void write_corners(const Box& box, const KDL::Vector& centre, float* corners) {
+void write_corners(const SceneBox& box, const KDL::Vector& centre, float* corners) {
   for (int i = 0; i < 8; ++i) {
     for (int axis = 0; axis < 3; ++axis) {
       const double side = (i >> axis & 1) != 0 ? 0.5 : -0.5;
@@ -108,7 +75,7 @@ struct Scene::Core {
       throw std::runtime_error("the ray caster cannot be set up");
     }
     rtcSetSceneFlags(scene, RTC_SCENE_FLAG_DYNAMIC);
-    for (const Box& box : boxes()) {
+    for (const SceneBox& box : surroundings()) {
       add(box);
     }
     rtcCommitScene(scene);
@@ -120,7 +87,7 @@ struct Scene::Core {
   }
 
   // A geometry's number is its box's place in the table.
-  void add(const Box& box) {
+  void add(const SceneBox& box) {
     sliding = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
     sliding_corners = static_cast<float*>(
         rtcSetNewGeometryBuffer(sliding, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 3 * sizeof(float), 8));
@@ -139,13 +106,8 @@ struct Scene::Core {
 Scene::Scene() : core_(new Core) {}
 Scene::~Scene() = default;
 
-KDL::Vector Scene::sliding_box_centre(double time) {
-  const KDL::Vector& middle = boxes().back().centre;
-  return {middle.x(), middle.y() + kSlide * std::sin(2.0 * M_PI * time / kSlidePeriod), middle.z()};
-}
-
 void Scene::move_to(double time) {
-  write_corners(boxes().back(), sliding_box_centre(time), core_->sliding_corners);
+  write_corners(surroundings().back(), sliding_box_centre(time), core_->sliding_corners);
   rtcUpdateGeometryBuffer(core_->sliding, RTC_BUFFER_TYPE_VERTEX, 0);
   rtcCommitGeometry(core_->sliding);
   rtcCommitScene(core_->scene);
@@ -176,7 +138,8 @@ std::optional<double> Scene::distance(const KDL::Frame& sensor) {
 }
 
 cv::Vec3b Scene::colour(uint32_t body, const KDL::Vector& point) const {
-  const cv::Vec3b& colour = boxes()[body].colour;
+  const auto& [blue, green, red] = surroundings()[body].colour;
+  const cv::Vec3b colour(blue, green, red);
   const bool dark_tile =
       body == kFloor &&
       (std::lround(std::floor(point.x() / kTile)) + std::lround(std::floor(point.y() / kTile))) % 2 != 0;

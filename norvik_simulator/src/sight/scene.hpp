@@ -41,9 +41,6 @@ class Scene {
   // Blue, green, red, as the body looks at that point under full light.
   cv::Vec3b colour(uint32_t body, const KDL::Vector& point) const;
 
-  // Of the box that slides.
-  static KDL::Vector sliding_box_centre(double time);
-
  private:
   struct Core;
   const std::unique_ptr<Core> core_;
