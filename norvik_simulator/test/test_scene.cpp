@@ -76,7 +76,8 @@ TEST(Scan, LiesOnTheSurfaces) {
   for (const ScanPoint& point : points) {
     const KDL::Vector place = sensor * KDL::Vector(point.x, point.y, point.z);
     ASSERT_GT(place.z(), -1e-3);
-    ASSERT_LT(std::max(std::abs(place.x()), std::abs(place.y())), 6.01);
+    ASSERT_GT(std::min(place.x(), place.y()), -5.01);
+    ASSERT_LT(std::max(place.x(), place.y()), 12.41);
     floor += std::abs(place.z()) < 1e-3 ? 1 : 0;
   }
   EXPECT_GT(floor, 1000);

@@ -66,8 +66,12 @@ RTCRayHit make_ray(const KDL::Vector& origin, const Scene::Direction& direction)
 struct Scene::Core {
   RTCDevice device = rtcNewDevice("threads=1");
   RTCScene scene = device != nullptr ? rtcNewScene(device) : nullptr;
-  RTCGeometry sliding = nullptr;
-  float* sliding_corners = nullptr;
+  struct Sliding {
+    const SceneBox* box;
+    RTCGeometry geometry;
+    float* corners;
+  };
+  std::vector<Sliding> sliding;
   std::vector<RTCRayHit> rays;
 
   Core() {
@@ -88,18 +92,21 @@ struct Scene::Core {
 
   // A geometry's number is its box's place in the table.
   void add(const SceneBox& box) {
-    sliding = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
-    sliding_corners = static_cast<float*>(
-        rtcSetNewGeometryBuffer(sliding, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 3 * sizeof(float), 8));
+    const RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
+    auto* corners = static_cast<float*>(
+        rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 3 * sizeof(float), 8));
     auto* triangles = static_cast<uint32_t*>(rtcSetNewGeometryBuffer(
-        sliding, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, sizeof(Triangle), kTriangles.size()));
-    write_corners(box, box.centre, sliding_corners);
+        geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, sizeof(Triangle), kTriangles.size()));
+    write_corners(box, box.centre, corners);
     for (const Triangle& triangle : kTriangles) {
       triangles = std::copy(triangle.begin(), triangle.end(), triangles);
     }
-    rtcCommitGeometry(sliding);
-    rtcAttachGeometry(scene, sliding);
-    rtcReleaseGeometry(sliding);  // The scene keeps it.
+    rtcCommitGeometry(geometry);
+    rtcAttachGeometry(scene, geometry);
+    rtcReleaseGeometry(geometry);  // The scene keeps it.
+    if (box.slides()) {
+      sliding.push_back({&box, geometry, corners});
+    }
   }
 };
 
@@ -107,9 +114,11 @@ Scene::Scene() : core_(new Core) {}
 Scene::~Scene() = default;
 
 void Scene::move_to(double time) {
-  write_corners(surroundings().back(), sliding_box_centre(time), core_->sliding_corners);
-  rtcUpdateGeometryBuffer(core_->sliding, RTC_BUFFER_TYPE_VERTEX, 0);
-  rtcCommitGeometry(core_->sliding);
+  for (const auto& [box, geometry, corners] : core_->sliding) {
+    write_corners(*box, centre_at(*box, time), corners);
+    rtcUpdateGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0);
+    rtcCommitGeometry(geometry);
+  }
   rtcCommitScene(core_->scene);
 }
 

@@ -10,7 +10,7 @@
 
 namespace norvik::simulator {
 
-// The robot's surroundings in the odometry frame: a room with a table, things on it, and a box that slides to and fro.
+// The robot's surroundings, on the map: rooms, what stands in them, and what slides to and fro.
 // Every sensor looks at it through rays. For one thread at a time.
 class Scene {
  public:

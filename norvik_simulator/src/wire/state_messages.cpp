@@ -232,6 +232,7 @@ std::shared_ptr<navigation_proto::Odometry> make_odometry(const WorldState& stat
 std::shared_ptr<tf2_proto::TF2Message> make_moving_transforms(const WorldState& state, const Kinematics& kinematics,
                                                               const core_proto::Timestamp& stamp) {
   auto message = std::make_shared<tf2_proto::TF2Message>();
+  add_transform(*message, {"map", "odom", to_frame(state.map_from_odom)}, stamp);
   add_transform(*message, {"odom", kinematics.root_link(), to_frame(state.base_pose)}, stamp);
   for (const LinkTransform& link : kinematics.moving_transforms(state.positions())) {
     add_transform(*message, link, stamp);
@@ -242,7 +243,6 @@ std::shared_ptr<tf2_proto::TF2Message> make_moving_transforms(const WorldState& 
 std::shared_ptr<tf2_proto::TF2Message> make_fixed_transforms(const Kinematics& kinematics,
                                                              const core_proto::Timestamp& stamp) {
   auto message = std::make_shared<tf2_proto::TF2Message>();
-  add_transform(*message, {"map", "odom", KDL::Frame::Identity()}, stamp);
   for (const LinkTransform& link : kinematics.fixed_transforms()) {
     add_transform(*message, link, stamp);
   }

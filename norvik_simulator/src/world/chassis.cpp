@@ -40,6 +40,11 @@ Motion with_ramps(Motion motion) {
   return motion;
 }
 
+PlanarTwist within_limits(const PlanarTwist& twist) {
+  return {std::clamp(twist.vx, -kMaxSpeed, kMaxSpeed), std::clamp(twist.vy, -kMaxSpeed, kMaxSpeed),
+          std::clamp(twist.wz, -kMaxTurn, kMaxTurn)};
+}
+
 void turn(JointMotion& joint, double position, double velocity) {
   joint.position = joint.command_position = joint.target_position = position;
   joint.velocity = joint.command_velocity = velocity;
@@ -56,6 +61,7 @@ Chassis::Chassis(const std::vector<std::string>& wheels)
       steered_(wheels.size() == 8) {}
 
 void Chassis::go_to(const Motion& motion) {
+  ++commands_;
   if (by_twist_) {
     follow_poses_from_here();
   }
@@ -73,9 +79,10 @@ void Chassis::follow_poses_from_here() {
 }
 
 void Chassis::keep_twist(const PlanarTwist& twist, double time_s, const Motion& target) {
+  ++commands_;
   by_twist_ = true;
-  wanted_ = {std::clamp(twist.vx, -kMaxSpeed, kMaxSpeed), std::clamp(twist.vy, -kMaxSpeed, kMaxSpeed),
-             std::clamp(twist.wz, -kMaxTurn, kMaxTurn)};
+  driven_ = false;
+  wanted_ = within_limits(twist);
   time_left_ = time_total_ = time_s;
   progress_ = {};
   progress_.sampling_finished = progress_.target_finished = time_s <= 0.0;
@@ -84,7 +91,17 @@ void Chassis::keep_twist(const PlanarTwist& twist, double time_s, const Motion& 
   progress_.target_nanosec = target.target_nanosec;
 }
 
+void Chassis::drive(const PlanarTwist& twist) {
+  if (!by_twist_) {
+    progress_ = {};
+  }
+  by_twist_ = driven_ = true;
+  wanted_ = within_limits(twist);
+  time_left_ = 0.0;
+}
+
 void Chassis::stop() {
+  ++commands_;
   wanted_ = {};
   time_left_ = 0.0;
   if (!by_twist_) {
@@ -105,6 +122,9 @@ void Chassis::step_twist(double dt) {
   time_left_ = std::max(0.0, time_left_ - dt);
   twist_ = {slew(twist_.vx, wanted_.vx, kMaxAcceleration * dt), slew(twist_.vy, wanted_.vy, kMaxAcceleration * dt),
             slew(twist_.wz, wanted_.wz, kMaxTurnAcceleration * dt)};
+  if (driven_) {
+    wanted_ = {};
+  }
   const double middle_yaw = pose_.yaw + twist_.wz * dt / 2.0;
   pose_.x += (twist_.vx * std::cos(middle_yaw) - twist_.vy * std::sin(middle_yaw)) * dt;
   pose_.y += (twist_.vx * std::sin(middle_yaw) + twist_.vy * std::cos(middle_yaw)) * dt;

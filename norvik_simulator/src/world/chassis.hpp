@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,14 @@ class Chassis {
   void go_to(const Motion& motion);
   // Keeps the twist until it is told something else. The target counts as finished after `time_s`.
   void keep_twist(const PlanarTwist& twist, double time_s, const Motion& target);
+  // Holds the twist for one step: whoever drives so tells it before each step.
+  void drive(const PlanarTwist& twist);
   // Brakes. The pose that it was on the way to stays what the final error is measured from.
   void stop();
   void step(double dt);
+
+  // Targets and stops so far; who drives sees by them that somebody else took over.
+  uint64_t commands() const { return commands_; }
 
   // In the odometry frame, which starts where the base did.
   const PlanarPose& pose() const { return pose_; }
@@ -41,7 +47,9 @@ class Chassis {
   PlanarPose pose_;
   PlanarTwist twist_;
   GroupFollower follower_;  // Of x, y and yaw.
+  uint64_t commands_ = 0;
   bool by_twist_ = false;
+  bool driven_ = false;  // The twist lasts for one step.
   PlanarTwist wanted_;
   double time_left_ = 0.0;
   double time_total_ = 0.0;

@@ -121,7 +121,8 @@ double yaw_of(const double (&q)[4]) {
   return std::atan2(2.0 * (q[3] * q[2] + q[0] * q[1]), 1.0 - 2.0 * (q[1] * q[1] + q[2] * q[2]));
 }
 
-std::string read_planar_pose(const PlanarPose& from, const spatial_proto::FrameTriad& triad, PlanarPose& pose) {
+std::string read_planar_pose(const PlanarPose& from, const PlanarPose& map_from_odom,
+                             const spatial_proto::FrameTriad& triad, PlanarPose& pose) {
   double position[3];
   double orientation[4];
   if (std::string refusal = read_pose(triad, position, orientation); !refusal.empty()) {
@@ -130,13 +131,13 @@ std::string read_planar_pose(const PlanarPose& from, const spatial_proto::FrameT
   pose = {position[0], position[1], yaw_of(orientation)};
   const std::string& frame = triad.header().frame_id();
   if (frame == "base_link" || frame == "rel(0)") {
-    const double c = std::cos(from.yaw);
-    const double s = std::sin(from.yaw);
-    pose = {from.x + c * pose.x - s * pose.y, from.y + s * pose.x + c * pose.y, from.yaw + pose.yaw};
-  } else if (frame != "odom" && frame != "map") {
+    pose = compose(from, pose);
+  } else if (frame == "map") {
+    pose = compose(inverse(map_from_odom), pose);
+  } else if (frame != "odom") {
     return "has a pose in unknown frame " + printable_name(frame);
   }
-  pose.yaw = from.yaw + std::remainder(pose.yaw - from.yaw, 2.0 * M_PI);
+  pose.yaw = from.yaw + wrap_angle(pose.yaw - from.yaw);
   return "";
 }
 
@@ -185,7 +186,8 @@ std::string read_group_motion(const GroupModel& group, const std::vector<double>
   return refusal;
 }
 
-std::string read_chassis_poses(const PlanarPose& from, const proto::TargetTaskTrajectory& target, Motion& motion) {
+std::string read_chassis_poses(const PlanarPose& from, const PlanarPose& map_from_odom,
+                               const proto::TargetTaskTrajectory& target, Motion& motion) {
   std::string refusal = read_target_config(target.target_config(), motion);
   PlanarPose last = from;
   double last_time = 0.0;
@@ -200,7 +202,7 @@ std::string read_chassis_poses(const PlanarPose& from, const proto::TargetTaskTr
       refusal = take_time(command.time_from_start(), last_time, waypoint.duration);
     }
     if (refusal.empty()) {
-      refusal = read_planar_pose(last, *triad, pose);
+      refusal = read_planar_pose(last, map_from_odom, *triad, pose);
     }
     if (!refusal.empty()) {
       return refusal;

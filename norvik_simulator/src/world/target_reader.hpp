@@ -6,6 +6,7 @@
 #include "model/robot_model.hpp"
 #include "norvik/tavrinox_proto/tavrinox_target.pb.h"
 #include "world/group_follower.hpp"
+#include "world/planar.hpp"
 
 namespace norvik::simulator {
 
@@ -16,21 +17,10 @@ namespace norvik::simulator {
 std::string read_group_motion(const GroupModel& group, const std::vector<double>& hold,
                               const tavrinox_proto::TargetGroupTrajectory& target, Motion& motion);
 
-struct PlanarPose {
-  double x = 0.0;
-  double y = 0.0;
-  double yaw = 0.0;
-};
-
-struct PlanarTwist {
-  double vx = 0.0;
-  double vy = 0.0;
-  double wz = 0.0;
-};
-
-// `from` is where the base is: poses relative to it start there, and its yaw decides which way round to turn.
-std::string read_chassis_poses(const PlanarPose& from, const tavrinox_proto::TargetTaskTrajectory& target,
-                               Motion& motion);
+// The motion is in the odometry frame. `from` is where the base is in it: poses relative to the base start there, and
+// its yaw decides which way round to turn. `map_from_odom` is where that frame is on the map.
+std::string read_chassis_poses(const PlanarPose& from, const PlanarPose& map_from_odom,
+                               const tavrinox_proto::TargetTaskTrajectory& target, Motion& motion);
 std::string read_chassis_twist(const tavrinox_proto::TargetTaskTrajectory& target, PlanarTwist& twist, double& time_s);
 
 // A pose that a frame of the robot is to take.

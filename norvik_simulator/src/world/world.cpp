@@ -137,6 +137,9 @@ WorldState World::state() const {
   }
   state.base_pose = chassis_.pose();
   state.base_twist = chassis_.twist();
+  state.base_truth = localisation_.truth(state.base_pose);
+  state.map_from_odom = localisation_.origin();
+  state.localisation_score = localisation_.score(state.base_pose);
   state.wbc_progress = wbc_progress_;
   state.errors = errors_;
   for (const auto& [group, controller] : controllers_) {
@@ -316,6 +319,33 @@ bool World::set_object(const std::string& group, double width_mm) {
   }
   followers_.at(group).set_obstacle(0, width_mm);
   return true;
+}
+
+void World::push_base(const PlanarPose& displacement) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  localisation_.push(chassis_.pose(), displacement);
+}
+
+void World::relocalise(const PlanarPose& guess) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  localisation_.relocalise(chassis_.pose(), guess);
+}
+
+uint64_t World::base_commands() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return chassis_.commands();
+}
+
+std::string World::drive_base(const PlanarTwist& twist, uint64_t commands) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (std::string reason = why_not_movable(robot_.chassis_group); !reason.empty()) {
+    return reason;
+  }
+  if (chassis_.commands() != commands) {
+    return "was given another command";
+  }
+  chassis_.drive(twist);
+  return "";
 }
 
 void World::clear_faults() {

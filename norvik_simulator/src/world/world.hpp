@@ -14,6 +14,7 @@
 #include "norvik/tavrinox_proto/tavrinox_target.pb.h"
 #include "world/chassis.hpp"
 #include "world/group_follower.hpp"
+#include "world/localisation.hpp"
 #include "world/refusal.hpp"
 
 namespace norvik::simulator {
@@ -43,8 +44,11 @@ struct GroupError {
 // One moment of the robot.
 struct WorldState {
   std::vector<GroupState> groups;
-  PlanarPose base_pose;
+  PlanarPose base_pose;  // As odometry has it.
   PlanarTwist base_twist;
+  PlanarPose base_truth;            // On the map.
+  PlanarPose map_from_odom;         // Where localisation believes that odometry began, on the map.
+  double localisation_score = 0.0;  // 0 to 1
   MotionProgress wbc_progress;
   std::map<std::string, GroupError> errors;        // By group.
   std::map<std::string, std::string> controllers;  // Active controller by group; absent when released.
@@ -53,6 +57,8 @@ struct WorldState {
   uint64_t steps = 0;
 
   JointPositions positions() const;
+  // Where localisation believes the base to be, on the map.
+  PlanarPose believed_pose() const { return compose(map_from_odom, base_pose); }
   // Neither a joint nor the base moves.
   bool is_at_rest() const;
 };
@@ -86,6 +92,17 @@ class World {
   // What a gripper finds between its fingers; 0 takes it away. False for other groups.
   bool set_object(const std::string& group, double width_mm);
   void clear_faults();
+
+  // Moves the base by `displacement`, told in its own frame, unnoticed by its odometry.
+  void push_base(const PlanarPose& displacement);
+  // Tells the localisation where the base is on the map.
+  void relocalise(const PlanarPose& guess);
+
+  // Targets and stops that the base got so far.
+  uint64_t base_commands() const;
+  // Gives the base the twist for the next step, on behalf of a driver that began when there were `commands` of others.
+  // Returns why not: the base may not move, or somebody else took it over. Empty when it moves.
+  std::string drive_base(const PlanarTwist& twist, uint64_t commands);
 
  private:
   struct Controller {
@@ -138,6 +155,7 @@ class World {
   std::map<std::string, double> gripper_efforts_;  // Last commanded, percent.
   std::map<std::string, double> object_widths_;    // Millimetres, by gripper.
   Chassis chassis_;
+  Localisation localisation_;
   std::map<std::string, Controller> controllers_;
   std::map<std::string, GroupError> errors_;
   struct TimedRefusal {

@@ -132,7 +132,8 @@ std::string World::plan_chassis_pose(const TaskTarget& target, std::vector<Actio
     return "got a pose, but its pose controller is not active";
   }
   Motion motion;
-  if (std::string reason = read_chassis_poses(chassis_.pose(), target, motion); !reason.empty()) {
+  if (std::string reason = read_chassis_poses(chassis_.pose(), localisation_.origin(), target, motion);
+      !reason.empty()) {
     return reason;
   }
   if (!chassis_.has_room_for(motion)) {
@@ -227,7 +228,7 @@ std::string World::plan_frame(const FrameTarget& frame, Motion motion, double du
 // In the root link. The world is the frame that odometry started in.
 std::optional<KDL::Frame> World::reference_pose(const std::string& frame) const {
   if (frame == "world" || frame == "odom" || frame == "map") {
-    const PlanarPose& base = chassis_.pose();
+    const PlanarPose base = frame == "map" ? localisation_.believed(chassis_.pose()) : chassis_.pose();
     return KDL::Frame(KDL::Rotation::RotZ(base.yaw), KDL::Vector(base.x, base.y, 0.0)).Inverse();
   }
   return kinematics_.link_pose(frame, positions());

@@ -13,12 +13,12 @@ struct SensorMoment {
   double time;  // Seconds since start-up.
   core_proto::Timestamp stamp;
   JointPositions positions;
-  PlanarPose base;
+  PlanarPose base;  // Where it really is, on the map.
 
   explicit SensorMoment(const Tick& tick)
-      : time(tick.time), stamp(tick.stamp), positions(tick.state.positions()), base(tick.state.base_pose) {}
+      : time(tick.time), stamp(tick.stamp), positions(tick.state.positions()), base(tick.state.base_truth) {}
 
-  // Of a link in the odometry frame; empty for an unknown link.
+  // Of a link on the map; empty for an unknown link.
   std::optional<KDL::Frame> link_pose(const Kinematics& kinematics, const std::string& link) const {
     const auto in_base = kinematics.link_pose(link, positions);
     if (!in_base) {

@@ -35,7 +35,7 @@ class UltrasonicService : public Service {
     scene_.move_to(tick.time);
     nlohmann::json text = {{"timestamp", tick.stamp.sec() * INT64_C(1000000) + tick.stamp.nanosec() / 1000}};
     for (int i = 0; i < kSensors; ++i) {
-      const double metres = scene_.distance(sensor_pose(tick.state.base_pose, i)).value_or(kRange);
+      const double metres = scene_.distance(sensor_pose(tick.state.base_truth, i)).value_or(kRange);
       text["u" + std::to_string(i + 1)] = std::round(1000.0 * std::min(metres, kRange));
     }
     texts_.publish(text.dump());
