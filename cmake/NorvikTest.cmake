@@ -8,11 +8,17 @@ include(GoogleTest)
 
 set_property(GLOBAL PROPERTY NORVIK_NEXT_DOMAIN 1)
 
+# The code of tests runs for moments and is compiled for minutes: what it tests is optimised, it is not.
+function(norvik_compile_test target)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0>)
+endfunction()
+
 # Does nothing but own the precompiled headers of all tests.
 file(WRITE ${PROJECT_BINARY_DIR}/test_precompiled.cpp "int main() {}\n")
 add_executable(norvik_test_precompiled ${PROJECT_BINARY_DIR}/test_precompiled.cpp)
 target_link_libraries(norvik_test_precompiled PRIVATE GTest::gmock GTest::gtest norvik_warnings Threads::Threads)
 norvik_precompile(norvik_test_precompiled <gmock/gmock.h> <gtest/gtest.h>)
+norvik_compile_test(norvik_test_precompiled)
 
 function(norvik_add_test name)
   cmake_parse_arguments(arg "WIRE;ISOLATED" "TIMEOUT" "SOURCES;LIBS;ENV" ${ARGN})
@@ -22,6 +28,7 @@ function(norvik_add_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main norvik_warnings)
 
+  norvik_compile_test(${name})
   norvik_share_precompiled(${name} norvik_test_precompiled)
 
   set(environment "SKIP_DEFAULT_XML_FILE=1" "NORVIK_SDK_SKIP_VERSION_CHECK=1" ${arg_ENV})
