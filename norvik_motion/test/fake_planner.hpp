@@ -36,9 +36,9 @@ class FakeMotionOf : public Model {
 
   FakeMotionOf() {
     ovimux::OvimuxInitInternal();  // Waits end at once while the middleware is not running.
-    this->mps_client_ = plan_client;
-    this->mps_data_client_ = data_client;
-    this->mps_kinematic_client_ = kinematic_client;
+    this->mps_client_.set_data(plan_client);
+    this->mps_data_client_.set_data(data_client);
+    this->mps_kinematic_client_.set_data(kinematic_client);
     data_client->reply = [](const auto& request) {
       return std::make_shared<kelvorn_proto::DataResponse>(robot_data(request.data_type()));
     };

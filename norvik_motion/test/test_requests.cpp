@@ -5,6 +5,8 @@
 #include <google/protobuf/util/message_differencer.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "fake_planner.hpp"
 #include "support/sdk_log_capture.hpp"
 
@@ -274,6 +276,7 @@ const std::vector<Case>& cases() {
 TEST(Requests, OfEachOperationAreWhole) {
   for (const Case& row : cases()) {
     SCOPED_TRACE(row.name);
+    SdkLogCapture log;
     FakeMotion motion;
     row.call(motion);
     ASSERT_EQ(motion.plan_client->calls().size(), 1U);
@@ -287,6 +290,11 @@ TEST(Requests, OfEachOperationAreWhole) {
     std::string difference;
     differ.ReportDifferencesToString(&difference);
     EXPECT_TRUE(differ.Compare(expected, call.request)) << difference;
+    if (call.request.common_request().has_build_collision_object()) {  // Told whole, with the id of the task.
+      const char* const kinds[] = {"add geom: ", "add mesh: ", "add point cloud: ", "add depth: "};
+      EXPECT_TRUE(std::any_of(std::begin(kinds), std::end(kinds),
+                              [&](const char* kind) { return log.has("info", kind + call.request.DebugString()); }));
+    }
   }
 }
 

@@ -123,6 +123,20 @@ TEST(Tasks, AnEndWakesItsWaiterAtOnce) {
   EXPECT_LT(steady_clock::now() - ended, milliseconds(500));
 }
 
+TEST(Tasks, WhoseTimeIsUpWhileTheyRunAreGivenUp) {
+  FakeMotion motion;
+  motion.plan_client->reply = [&](const PlanServerRequest& request) {
+    for (const auto status : {PlannerStatus::SERVICE_STATUS_BUSY, PlannerStatus::SERVICE_STATUS_TRAJ_COLLISION}) {
+      motion.mps_status_callback(make_status(status, request.task_id()));
+    }
+    return std::make_shared<kelvorn_proto::MotionPlannerOutput>();
+  };
+  const auto options = parameter([](auto& o) { o.timeout = 0.05; });
+  const auto start = steady_clock::now();
+  EXPECT_EQ(std::get<0>(motion.api().check_collision({}, true, options)), MotionStatus::TIMEOUT);
+  EXPECT_GE(steady_clock::now() - start, milliseconds(49));
+}
+
 TEST(Tasks, OfManyThreadsKeepApart) {
   FakeMotion motion;
   motion.plan_client->reply = [&](const PlanServerRequest& request) {

@@ -72,7 +72,7 @@ bool NorvikMotionBase::base_init() {
     close_channels();
     return false;
   }
-  mps_client_->WaitForServerConnected(kServerTimeout);
+  mps_client_.get_data()->WaitForServerConnected(kServerTimeout);
   update_robot_info();
   open_transforms();
   fill_provider_slot();
@@ -88,7 +88,7 @@ bool NorvikMotionBase::open_channels() {
   if (!open_clients()) {
     return false;
   }
-  mps_kinematic_client_->WaitForServerConnected(kServerTimeout);
+  mps_kinematic_client_.get_data()->WaitForServerConnected(kServerTimeout);
   mps_status_reader_ = planner_node_->CreateReader<PlannerStatus>(
       kStatusTopic,
       [this](const std::shared_ptr<PlannerStatus>& message, const void*) { mps_status_callback(message); },
@@ -103,21 +103,21 @@ bool NorvikMotionBase::open_channels() {
 
 bool NorvikMotionBase::open_clients() {
   const ovimux::RpcQos qos;
-  mps_client_ = planner_node_->CreateClient<PlanRequest, kelvorn_proto::MotionPlannerOutput>(kPlanService, qos);
-  if (!mps_client_) {
+  mps_client_.set_data(planner_node_->CreateClient<PlanRequest, kelvorn_proto::MotionPlannerOutput>(kPlanService, qos));
+  if (!mps_client_.get_data()) {
     SDK_LOG(error) << "Failed to create motion plan service client";
     return false;
   }
-  mps_data_client_ =
-      planner_node_->CreateClient<kelvorn_proto::GetDataRequest, kelvorn_proto::DataResponse>(kDataService, qos);
-  if (!mps_data_client_) {
+  mps_data_client_.set_data(
+      planner_node_->CreateClient<kelvorn_proto::GetDataRequest, kelvorn_proto::DataResponse>(kDataService, qos));
+  if (!mps_data_client_.get_data()) {
     SDK_LOG(error) << "Failed to create data service client";
     return false;
   }
-  mps_kinematic_client_ =
+  mps_kinematic_client_.set_data(
       planner_node_->CreateClient<kelvorn_proto::KinematicRequest, kelvorn_proto::KinematicResponse>(kKinematicService,
-                                                                                                     qos);
-  if (!mps_kinematic_client_) {
+                                                                                                     qos));
+  if (!mps_kinematic_client_.get_data()) {
     SDK_LOG(error) << "Failed to create kinematic service client";
     return false;
   }
@@ -125,9 +125,9 @@ bool NorvikMotionBase::open_clients() {
 }
 
 void NorvikMotionBase::close_channels() {
-  mps_data_client_.reset();
-  mps_client_.reset();
-  mps_kinematic_client_.reset();
+  mps_data_client_.set_data(nullptr);
+  mps_client_.set_data(nullptr);
+  mps_kinematic_client_.set_data(nullptr);
   mps_status_reader_.reset();
   planner_node_.reset();
 }
@@ -153,10 +153,11 @@ void NorvikMotionBase::open_transforms() {
   using ovimux::basic_interface::Duration;
   tf_listener_.reset();  // Of an earlier init(): it feeds that one's buffer through that one's node.
   tf_node_ = ovimux::CreateNode("tf_node", "");
-  clock_ = std::make_shared<Clock>(ovimux::basic_interface::RCL_SYSTEM_TIME);
-  tf_buffer_ = std::make_shared<ovimux::tf2_ovimux::Buffer>(clock_, Duration(kTransformCacheNs));
-  tf_listener_ = std::make_shared<ovimux::tf2_ovimux::TransformListener>(tf_buffer_, tf_node_.get());
-  tf_buffer_->setUsingDedicatedThread(true);
+  const auto buffer = std::make_shared<ovimux::tf2_ovimux::Buffer>(
+      std::make_shared<Clock>(ovimux::basic_interface::RCL_SYSTEM_TIME), Duration(kTransformCacheNs));
+  tf_listener_ = std::make_shared<ovimux::tf2_ovimux::TransformListener>(buffer, tf_node_.get());
+  buffer->setUsingDedicatedThread(true);
+  tf_buffer_.set_data(buffer);
 }
 
 // The slot's time-out comes before its speed, the operation's after it.
@@ -205,7 +206,8 @@ NorvikMotionBase::PlanRequest NorvikMotionBase::make_request(const std::string& 
 
 bool NorvikMotionBase::send_plan_request(const PlanRequest& request) {
   SDK_LOG(info) << "send_plan_request: " << request.DebugString();
-  const auto reply = mps_client_ ? mps_client_->SendRequest(request, kReplyTimeout) : nullptr;
+  const auto client = mps_client_.get_data();
+  const auto reply = client ? client->SendRequest(request, kReplyTimeout) : nullptr;
   if (!reply) {
     SDK_LOG(error) << "request fail, task ID: " << request.task_id();
     return false;
@@ -248,7 +250,7 @@ MotionStatus NorvikMotionBase::run_task(const PlanRequest& request, double timeo
 }
 
 NorvikMotionBase::DataResponse NorvikMotionBase::send_mps_data_request_with_ready(DataType type, double timeout_s) {
-  if (!mps_data_client_) {
+  if (!mps_data_client_.get_data()) {
     return nullptr;
   }
   const MotionStatus ready = mps_status_.wait_mps_ready(timeout_s);
@@ -262,7 +264,8 @@ NorvikMotionBase::DataResponse NorvikMotionBase::send_mps_data_request_with_read
 NorvikMotionBase::DataResponse NorvikMotionBase::request_data(DataType type) {
   kelvorn_proto::GetDataRequest request;
   request.set_data_type(type);
-  return mps_data_client_ ? mps_data_client_->SendRequest(request, kReplyTimeout) : nullptr;
+  const auto client = mps_data_client_.get_data();
+  return client ? client->SendRequest(request, kReplyTimeout) : nullptr;
 }
 
 }  // namespace norvik::sdk

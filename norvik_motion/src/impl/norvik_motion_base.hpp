@@ -17,6 +17,7 @@
 
 #include <norvik_sdk/norvik_motion.hpp>
 
+#include "data_buffer.hpp"
 #include "impl/requests/planning_requests.hpp"
 #include "impl/requests/scene_requests.hpp"
 #include "impl/session/config_cache.hpp"
@@ -32,9 +33,6 @@
 
 namespace norvik::ovimux {
 class Node;
-namespace basic_interface {
-class Clock;
-}
 namespace tf2_ovimux {
 class Buffer;
 class TransformListener;
@@ -202,9 +200,11 @@ class NorvikMotionBase : public NorvikMotion {
   MotionStatus move_to_zero(const ZeroPosture& posture, bool blocking, double speed, double timeout,
                             std::shared_ptr<Parameter> parameter);
 
-  std::shared_ptr<PlanClient> mps_client_;
-  std::shared_ptr<DataClient> mps_data_client_;
-  std::shared_ptr<KinematicClient> mps_kinematic_client_;
+  // Empty before the start and after one that failed. Other threads may be using what init() replaces: each takes a
+  // copy of the pointer for its call.
+  DataBuffer<PlanClient> mps_client_;
+  DataBuffer<DataClient> mps_data_client_;
+  DataBuffer<KinematicClient> mps_kinematic_client_;
   std::atomic<bool> is_init_{false};
 
  private:
@@ -330,8 +330,7 @@ class NorvikMotionBase : public NorvikMotion {
   std::unique_ptr<ovimux::Node> planner_node_;
   std::unique_ptr<ovimux::Node> tf_node_;
   std::shared_ptr<ovimux::ReaderBase> mps_status_reader_;
-  std::shared_ptr<ovimux::basic_interface::Clock> clock_;
-  std::shared_ptr<ovimux::tf2_ovimux::Buffer> tf_buffer_;
+  DataBuffer<ovimux::tf2_ovimux::Buffer> tf_buffer_;
   std::shared_ptr<ovimux::tf2_ovimux::TransformListener> tf_listener_;
 
   std::atomic<uint64_t> task_counter_{0};

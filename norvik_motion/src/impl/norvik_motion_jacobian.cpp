@@ -75,11 +75,12 @@ std::string NorvikMotionBase::resolve_jacobian_target_link(const std::string& ch
 }
 
 MotionStatus NorvikMotionBase::check_kinematic_service(double timeout_s) {
-  if (!mps_kinematic_client_) {
+  const auto client = mps_kinematic_client_.get_data();
+  if (!client) {
     SDK_LOG(error) << "Kinematic client is not initialized.";
     return MotionStatus::INIT_FAILED;
   }
-  if (mps_kinematic_client_->GetMatchedServerCount() == 0) {
+  if (client->GetMatchedServerCount() == 0) {
     SDK_LOG(error) << "Kinematic service is not connected. "
                    << "Please make sure motion_planning_service/kinematic is running "
                    << "and the robot-side software version matches this SDK.";
@@ -135,7 +136,8 @@ JacobianResult NorvikMotionBase::jacobian(const JacobianCall& call, const std::v
   request.set_task_id(generate_task_id("planner_jacobian", task_counter_));
   fill_jacobian(*link, call.reference_frame, whole_body, base, *request.mutable_jacobian_req());
   SDK_LOG(info) << "jacobian: link = " << *link << ", reference_frame = " << call.reference_frame;
-  const auto response = mps_kinematic_client_->SendRequest(request, kReplyTimeout);
+  const auto client = mps_kinematic_client_.get_data();
+  const auto response = client ? client->SendRequest(request, kReplyTimeout) : nullptr;
   if (!response) {
     SDK_LOG(error) << "jacobian: kinematic RPC returned null (timeout?)";
     return failed(MotionStatus::TIMEOUT);

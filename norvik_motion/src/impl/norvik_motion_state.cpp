@@ -158,9 +158,10 @@ MotionStatus NorvikMotionBase::get_transform(const std::string& target, const st
                                              int64_t timeout_ms, std::array<double, 7>& pose, int64_t& timestamp_ns) {
   const ovimux::basic_interface::Time time(time_ns, ovimux::basic_interface::RCL_SYSTEM_TIME);
   const ovimux::basic_interface::Duration timeout(timeout_ms * 1'000'000);
+  const auto buffer = tf_buffer_.get_data();
   try {
-    if (tf_buffer_ && tf_buffer_->canTransform(target, source, time, timeout)) {
-      const auto message = tf_buffer_->lookupTransform(target, source, time, timeout);
+    if (buffer && buffer->canTransform(target, source, time, timeout)) {
+      const auto message = buffer->lookupTransform(target, source, time, timeout);
       const auto& translation = message.transform().translation();
       const auto& rotation = message.transform().rotation();
       pose = {translation.x(), translation.y(), translation.z(), rotation.x(),

@@ -97,7 +97,7 @@ MotionStatus NorvikMotionBase::add_object(const std::string& target, const Scene
   PlanRequest request = make_request("attach_obj_to_" + target);
   const auto checker = data_checker();
   const SceneChecks checks{*checker, [this](const std::string& link) { return get_support_links().count(link) != 0; }};
-  const MotionStatus status = fill_add_object(checks, target, object, *request.mutable_common_request());
+  const MotionStatus status = fill_add_object(checks, target, object, request);
   return status == MotionStatus::SUCCESS ? run_task(request, config.timeout) : status;
 }
 
@@ -183,7 +183,7 @@ std::vector<std::string> NorvikMotionBase::get_attached_object_list() {
 }
 
 std::vector<std::string> NorvikMotionBase::get_link_names(bool only_end_effector) {
-  if (!mps_data_client_) {
+  if (!mps_data_client_.get_data()) {
     SDK_LOG(error) << "mps_data_client_ is nullptr";
     return {};
   }

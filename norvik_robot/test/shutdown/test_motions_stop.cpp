@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "../commands/fake_robot.hpp"
+#include "common_provider.hpp"
 #include "impl/wbc/common/command_wait.hpp"
 #include "ovimux/ovimux.hpp"
 #include "support/sdk_log_capture.hpp"
@@ -238,6 +239,21 @@ TEST_F(OneMotion, IsStoppedAfterItsCommandHasGoneOut) {
   shut_down();
   caller.join();
   EXPECT_EQ(stopped(), std::vector<std::string>{"head"});
+}
+
+// The planner moves the arms while the call waits, also in its other form.
+TEST_F(OneMotion, ArmsOnTheWayToTheZeroPostureAreStopped) {
+  sdk::WholeBodyJointProvider::move_whole_body_joint_zero_func_ = [this](bool, double, double, const auto&) {
+    sent_ = true;
+    sdk::sleep_for_seconds(30.0);
+    return sdk::MotionStatus::TIMEOUT;
+  };
+  std::thread caller([&] { robot_.zero_whole_body_and_base(sdk::Pose{}, false, 0.2, 30.0, nullptr); });
+  await_sending();
+  shut_down();
+  caller.join();
+  sdk::WholeBodyJointProvider::move_whole_body_joint_zero_func_ = nullptr;
+  EXPECT_EQ(stopped(), (std::vector<std::string>{"left_arm", "right_arm"}));
 }
 
 TEST_F(OneMotion, OtherWaitsEndToo) {

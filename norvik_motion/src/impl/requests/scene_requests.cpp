@@ -220,15 +220,16 @@ MotionStatus create_object_prop(const SceneChecks& checks, const SceneObject& ob
 }
 
 MotionStatus fill_add_object(const SceneChecks& checks, const std::string& target, const SceneObject& object,
-                             proto::CommonRequest& request) {
+                             proto::MotionPlanServerRequest& request) {
   const auto sensed = sensed_kinds().find(object.object_type);
   if (sensed == sensed_kinds().end() && motion_tables().simple_object_type_map_.count(object.object_type) == 0) {
     SDK_LOG(error) << "unsupport simple obj type: " << object.object_type;
     return kInvalid;
   }
   const bool is_sensed = sensed != sensed_kinds().end();
-  const MotionStatus status = is_sensed ? fill_sensed(checks, target, object, sensed->second, request)
-                                        : fill_geometry(checks, target, object, request);
+  proto::CommonRequest& common = *request.mutable_common_request();
+  const MotionStatus status = is_sensed ? fill_sensed(checks, target, object, sensed->second, common)
+                                        : fill_geometry(checks, target, object, common);
   if (status == kOk) {
     SDK_LOG(info) << (is_sensed ? sensed->second.log_text : "add geom: ") << request.DebugString();
   }

@@ -8,7 +8,7 @@
 #include <norvik_sdk/types.hpp>
 
 #include "impl/tables/motion_plan_data_checker.hpp"
-#include "norvik/kelvorn_proto/common_interface.pb.h"
+#include "norvik/kelvorn_proto/mps_interface.pb.h"
 
 namespace norvik::sdk {
 
@@ -40,10 +40,10 @@ struct SceneChecks {
 
 MotionStatus create_object_prop(const SceneChecks& checks, const SceneObject& object, kelvorn_proto::ObjectProp& prop);
 
-// The request that adds the object to `target`: SUCCESS, INVALID_INPUT, or UNSUPPORTED_FUNCRION for kinds that the
-// robot cannot hold; with a log line each.
+// Completes the request that adds the object to `target`: SUCCESS, INVALID_INPUT, or UNSUPPORTED_FUNCRION for kinds
+// that the robot cannot hold; with a log line each.
 MotionStatus fill_add_object(const SceneChecks& checks, const std::string& target, const SceneObject& object,
-                             kelvorn_proto::CommonRequest& request);
+                             kelvorn_proto::MotionPlanServerRequest& request);
 
 // INVALID_INPUT, with a log line, without ids.
 MotionStatus fill_remove_objects(const std::vector<std::string>& ids, bool remove_all,

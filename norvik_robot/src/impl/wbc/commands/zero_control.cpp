@@ -26,6 +26,18 @@ ControlStatus zero_joints(const ZeroControl::Command& command) {
                    : ControlStatus::INVALID_INPUT;
 }
 
+// Leg or torso and head are a joint command of this process, which looks after itself. The arms move by the planner,
+// and the call waits for them whatever `blocking` says: they are stopped when a shutdown cuts it off.
+ControlStatus zero_joints_stoppable(const ZeroControl::Command& command, MotionsUnderWay& motions) {
+  MotionsUnderWay::Motion arms(motions, {"left_arm", "right_arm"});
+  arms.commanded(ControlStatus::SUCCESS);  // Goes out some time during the call.
+  const ControlStatus status = zero_joints(command);
+  if (status != ControlStatus::TIMEOUT && status != ControlStatus::PUBLISH_FAIL) {
+    arms.ended();
+  }
+  return status;
+}
+
 }  // namespace
 
 ZeroControl::ZeroControl(const WbcModulesSlot& modules, SetBasePose set_base_pose)
@@ -45,7 +57,9 @@ std::pair<ControlStatus, ControlStatus> ZeroControl::zero_whole_body_and_base(co
   if (motion) {
     motion->commanded(base);
   }
-  const ControlStatus joints = zero_joints(command);
+  const ControlStatus joints = modules.common_utils
+                                   ? zero_joints_stoppable(command, modules.common_utils->motions_under_way())
+                                   : zero_joints(command);
   if (base == ControlStatus::SUCCESS && motion) {
     const std::chrono::duration<double> elapsed = steady_now() - start;
     base = sleep_in_command("zero_whole_body_and_base", base_time_s - elapsed.count());
