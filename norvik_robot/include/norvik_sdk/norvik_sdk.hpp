@@ -4,6 +4,7 @@
 #include <norvik_sdk/call_log.hpp>
 #include <norvik_sdk/console_input.hpp>
 #include <norvik_sdk/norvik_motion.hpp>
+#include <norvik_sdk/norvik_navigation.hpp>
 #include <norvik_sdk/norvik_robot.hpp>
 #include <norvik_sdk/robot_helpers.hpp>
 #include <norvik_sdk/sdk_logger.hpp>
