@@ -2,10 +2,11 @@
 
 #include <embree3/rtcore.h>
 
-#include <array>
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
+#include "sight/mesh.hpp"
 #include "world/surroundings.hpp"
 
 namespace norvik::simulator {
@@ -15,27 +16,26 @@ namespace {
 constexpr uint32_t kFloor = 0;
 constexpr double kTile = 0.5;  // m
 
-using Triangle = std::array<uint32_t, 3>;
-// Corner i has its x, y, z on the far side where bit 0, 1, 2 of i is set.
-constexpr std::array<Triangle, 12> kTriangles = {{{0, 4, 6},
-                                                  {0, 6, 2},
-                                                  {1, 3, 7},
-                                                  {1, 7, 5},
-                                                  {0, 1, 5},
-                                                  {0, 5, 4},
-                                                  {2, 6, 7},
-                                                  {2, 7, 3},
-                                                  {0, 2, 3},
-                                                  {0, 3, 1},
-                                                  {4, 5, 7},
-                                                  {4, 7, 6}}};
+constexpr uint32_t kNoThing = ~0U;
 
-void write_corners(const SceneBox& box, const KDL::Vector& centre, float* corners) {
-  for (int i = 0; i < 8; ++i) {
-    for (int axis = 0; axis < 3; ++axis) {
-      const double side = (i >> axis & 1) != 0 ? 0.5 : -0.5;
-      corners[3 * i + axis] = static_cast<float>(centre(axis) + side * box.size(axis));
-    }
+Mesh mesh_of(const BodyPart& part) {
+  switch (part.shape) {
+    case BodyShape::kCylinder:
+      return cylinder_mesh(part.size.x(), part.size.z());
+    case BodyShape::kSphere:
+      return sphere_mesh(part.size.x());
+    default:
+      return box_mesh(part.size);
+  }
+}
+
+// Rays that begin inside a part of the robot leave it.
+void ignore_inner_side(const RTCFilterFunctionNArguments* filter) {
+  for (unsigned i = 0; i < filter->N; ++i) {
+    const float along = RTCRayN_dir_x(filter->ray, filter->N, i) * RTCHitN_Ng_x(filter->hit, filter->N, i) +
+                        RTCRayN_dir_y(filter->ray, filter->N, i) * RTCHitN_Ng_y(filter->hit, filter->N, i) +
+                        RTCRayN_dir_z(filter->ray, filter->N, i) * RTCHitN_Ng_z(filter->hit, filter->N, i);
+    filter->valid[i] = along > 0.0F ? 0 : filter->valid[i];
   }
 }
 
@@ -63,24 +63,36 @@ RTCRayHit make_ray(const KDL::Vector& origin, const Scene::Direction& direction)
 
 }  // namespace
 
+// One geometry of the ray caster; its number there is its place in the list of solids.
+struct Solid {
+  RTCGeometry geometry;
+  float* corners;  // On the map; the ray caster's.
+  std::vector<KDL::Vector> own_corners;
+  KDL::Frame pose;
+  cv::Vec3b colour;
+  uint32_t thing = kNoThing;  // Its place in the list of things.
+};
+
 struct Scene::Core {
   RTCDevice device = rtcNewDevice("threads=1");
   RTCScene scene = device != nullptr ? rtcNewScene(device) : nullptr;
-  struct Sliding {
-    const SceneBox* box;
-    RTCGeometry geometry;
-    float* corners;
-  };
-  std::vector<Sliding> sliding;
+  std::vector<Solid> solids;  // Those of the surroundings first, as in their table.
+  std::vector<size_t> body;   // Of solids; in the order of the parts.
+  std::vector<size_t> things;
   std::vector<RTCRayHit> rays;
 
-  Core() {
+  explicit Core(const std::vector<BodyPart>& parts) {
     if (scene == nullptr) {
       throw std::runtime_error("the ray caster cannot be set up");
     }
     rtcSetSceneFlags(scene, RTC_SCENE_FLAG_DYNAMIC);
     for (const SceneBox& box : surroundings()) {
-      add(box);
+      add(box_mesh(box.size), box.colour, KDL::Frame(box.centre));
+    }
+    for (const BodyPart& part : parts) {
+      body.push_back(add(mesh_of(part), part.colour, part.pose));
+      rtcSetGeometryIntersectFilterFunction(solids.back().geometry, ignore_inner_side);
+      rtcCommitGeometry(solids.back().geometry);
     }
     rtcCommitScene(scene);
   }
@@ -90,34 +102,80 @@ struct Scene::Core {
     rtcReleaseDevice(device);
   }
 
-  // A geometry's number is its box's place in the table.
-  void add(const SceneBox& box) {
+  size_t add(const Mesh& mesh, const std::array<uint8_t, 3>& colour, const KDL::Frame& pose) {
     const RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
-    auto* corners = static_cast<float*>(
-        rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 3 * sizeof(float), 8));
+    auto* corners = static_cast<float*>(rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
+                                                                3 * sizeof(float), mesh.corners.size()));
     auto* triangles = static_cast<uint32_t*>(rtcSetNewGeometryBuffer(
-        geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, sizeof(Triangle), kTriangles.size()));
-    write_corners(box, box.centre, corners);
-    for (const Triangle& triangle : kTriangles) {
+        geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, 3 * sizeof(uint32_t), mesh.triangles.size()));
+    for (const auto& triangle : mesh.triangles) {
       triangles = std::copy(triangle.begin(), triangle.end(), triangles);
     }
+    solids.push_back({geometry, corners, mesh.corners, pose, {colour[0], colour[1], colour[2]}});
+    write_corners(solids.back());
     rtcCommitGeometry(geometry);
     rtcAttachGeometry(scene, geometry);
     rtcReleaseGeometry(geometry);  // The scene keeps it.
-    if (box.slides()) {
-      sliding.push_back({&box, geometry, corners});
+    return solids.size() - 1;
+  }
+
+  static void write_corners(const Solid& solid) {
+    float* out = solid.corners;
+    for (const KDL::Vector& corner : solid.own_corners) {
+      const KDL::Vector place = solid.pose * corner;
+      for (int axis = 0; axis < 3; ++axis) {
+        *out++ = static_cast<float>(place(axis));
+      }
+    }
+  }
+
+  void move(Solid& solid, const KDL::Frame& pose) const {
+    if (solid.pose == pose) {
+      return;
+    }
+    solid.pose = pose;
+    write_corners(solid);
+    rtcUpdateGeometryBuffer(solid.geometry, RTC_BUFFER_TYPE_VERTEX, 0);
+    rtcCommitGeometry(solid.geometry);
+  }
+
+  void slide(double time) {
+    for (size_t i = 0; i < surroundings().size(); ++i) {
+      if (const SceneBox& box = surroundings()[i]; box.slides()) {
+        move(solids[i], KDL::Frame(centre_at(box, time)));
+      }
+    }
+  }
+
+  void move_things(const std::vector<Thing>& list) {
+    for (size_t i = things.size(); i < list.size(); ++i) {
+      things.push_back(add(box_mesh(list[i].size), list[i].colour, list[i].pose));
+      solids.back().thing = static_cast<uint32_t>(i);
+    }
+    for (size_t i = 0; i < things.size(); ++i) {
+      Solid& solid = solids[things[i]];
+      if (i < list.size()) {
+        rtcEnableGeometry(solid.geometry);
+        move(solid, list[i].pose);
+      } else {
+        rtcDisableGeometry(solid.geometry);
+      }
     }
   }
 };
 
-Scene::Scene() : core_(new Core) {}
+Scene::Scene(const std::vector<BodyPart>& body) : core_(new Core(body)) {}
 Scene::~Scene() = default;
 
-void Scene::move_to(double time) {
-  for (const auto& [box, geometry, corners] : core_->sliding) {
-    write_corners(*box, centre_at(*box, time), corners);
-    rtcUpdateGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0);
-    rtcCommitGeometry(geometry);
+void Scene::move_to(double time, const std::vector<Thing>& things) {
+  core_->slide(time);
+  core_->move_things(things);
+  rtcCommitScene(core_->scene);
+}
+
+void Scene::move_body(const std::vector<KDL::Frame>& poses) {
+  for (size_t i = 0; i < std::min(poses.size(), core_->body.size()); ++i) {
+    core_->move(core_->solids[core_->body[i]], poses[i]);
   }
   rtcCommitScene(core_->scene);
 }
@@ -146,9 +204,13 @@ std::optional<double> Scene::distance(const KDL::Frame& sensor) {
   return hits[0].exists() ? std::optional<double>(hits[0].distance) : std::nullopt;
 }
 
+std::optional<size_t> Scene::thing(uint32_t body) const {
+  const uint32_t thing = core_->solids[body].thing;
+  return thing == kNoThing ? std::nullopt : std::optional<size_t>(thing);
+}
+
 cv::Vec3b Scene::colour(uint32_t body, const KDL::Vector& point) const {
-  const auto& [blue, green, red] = surroundings()[body].colour;
-  const cv::Vec3b colour(blue, green, red);
+  const cv::Vec3b& colour = core_->solids[body].colour;
   const bool dark_tile =
       body == kFloor &&
       (std::lround(std::floor(point.x() / kTile)) + std::lround(std::floor(point.y() / kTile))) % 2 != 0;

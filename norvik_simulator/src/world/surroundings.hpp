@@ -18,9 +18,9 @@ struct SceneBox {
   bool slides() const { return period > 0.0; }
 };
 
-// What stands around the robot: a room with a table and things on it, where it starts; another one with a table to the
-// east, a study to the north, and a corridor between the three in which a cart goes up and down. The first is the
-// floor.
+// What stands around the robot and cannot be taken away: a room with a table, where it starts; another one with a table
+// to the east, a study to the north, and a corridor between the three in which a cart goes up and down. The first is
+// the floor.
 const std::vector<SceneBox>& surroundings();
 
 // Where a box is, seconds after start-up.

@@ -67,8 +67,11 @@ bool WorldState::is_at_rest() const {
   return base_twist.vx == 0.0 && base_twist.vy == 0.0 && base_twist.wz == 0.0;
 }
 
-World::World(RobotModel robot, Kinematics kinematics)
-    : robot_(std::move(robot)), kinematics_(std::move(kinematics)), chassis_(chassis_wheels(robot_)) {
+World::World(RobotModel robot, Kinematics kinematics, uint64_t seed)
+    : robot_(std::move(robot)),
+      kinematics_(std::move(kinematics)),
+      chassis_(chassis_wheels(robot_)),
+      things_(make_things(seed)) {
   for (const GroupModel& group : robot_.groups) {
     if (follows_positions(group.kind)) {
       const auto limits = limits_of(group, robot_, kinematics_);
@@ -140,6 +143,7 @@ WorldState World::state() const {
   state.base_truth = localisation_.truth(state.base_pose);
   state.map_from_odom = localisation_.origin();
   state.localisation_score = localisation_.score(state.base_pose);
+  state.things = things_;
   state.wbc_progress = wbc_progress_;
   state.errors = errors_;
   for (const auto& [group, controller] : controllers_) {
@@ -153,6 +157,11 @@ WorldState World::state() const {
   state.emergency_stop = emergency_stop_;
   state.steps = steps_;
   return state;
+}
+
+std::vector<Thing> World::things() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return things_;
 }
 
 std::vector<JointMotion> World::joints_of(const GroupModel& group) const {

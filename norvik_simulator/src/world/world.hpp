@@ -12,6 +12,7 @@
 #include "model/robot_model.hpp"
 #include "norvik/tavrinox_proto/tavrinox_controller.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_target.pb.h"
+#include "things/thing.hpp"
 #include "world/chassis.hpp"
 #include "world/group_follower.hpp"
 #include "world/localisation.hpp"
@@ -49,6 +50,7 @@ struct WorldState {
   PlanarPose base_truth;            // On the map.
   PlanarPose map_from_odom;         // Where localisation believes that odometry began, on the map.
   double localisation_score = 0.0;  // 0 to 1
+  std::vector<Thing> things;
   MotionProgress wbc_progress;
   std::map<std::string, GroupError> errors;        // By group.
   std::map<std::string, std::string> controllers;  // Active controller by group; absent when released.
@@ -67,13 +69,16 @@ struct WorldState {
 // one mutex guards it all and is never held across a call to the outside.
 class World {
  public:
-  World(RobotModel robot, Kinematics kinematics);
+  // `seed` as in make_things().
+  World(RobotModel robot, Kinematics kinematics, uint64_t seed = 0);
 
   const RobotModel& robot() const { return robot_; }
   const Kinematics& kinematics() const { return kinematics_; }
 
   void step(double dt);
   WorldState state() const;
+  // What can be grasped, where it is now.
+  std::vector<Thing> things() const;
 
   // Carried out as a whole, or not at all when anything in it is refused.
   Refusals follow(const tavrinox_proto::TavrinoXTarget& target);
@@ -156,6 +161,7 @@ class World {
   std::map<std::string, double> object_widths_;    // Millimetres, by gripper.
   Chassis chassis_;
   Localisation localisation_;
+  std::vector<Thing> things_;
   std::map<std::string, Controller> controllers_;
   std::map<std::string, GroupError> errors_;
   struct TimedRefusal {

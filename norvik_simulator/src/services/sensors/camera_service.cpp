@@ -144,7 +144,7 @@ class CameraService : public Service {
     for (const auto& camera : cameras_) {
       if (camera->is_wanted()) {
         if (!moved) {
-          scene_.move_to(moment.time);
+          scene_.move_to(moment.time, moment.things);
           moved = true;
         }
         camera->take(scene_, moment);

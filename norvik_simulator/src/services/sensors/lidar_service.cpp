@@ -79,7 +79,7 @@ class LidarService : public Service {
   void scan(const SensorMoment& moment) {
     for (const auto& lidar : lidars_) {
       if (lidar->is_wanted()) {
-        scene_.move_to(moment.time);
+        scene_.move_to(moment.time, moment.things);
         lidar->scan(scene_, moment);
       }
     }

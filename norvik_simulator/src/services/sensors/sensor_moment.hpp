@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 #include <kdl/frames.hpp>
 
 #include "wire/service.hpp"
@@ -14,9 +15,14 @@ struct SensorMoment {
   core_proto::Timestamp stamp;
   JointPositions positions;
   PlanarPose base;  // Where it really is, on the map.
+  std::vector<Thing> things;
 
   explicit SensorMoment(const Tick& tick)
-      : time(tick.time), stamp(tick.stamp), positions(tick.state.positions()), base(tick.state.base_truth) {}
+      : time(tick.time),
+        stamp(tick.stamp),
+        positions(tick.state.positions()),
+        base(tick.state.base_truth),
+        things(tick.state.things) {}
 
   // Of a link on the map; empty for an unknown link.
   std::optional<KDL::Frame> link_pose(const Kinematics& kinematics, const std::string& link) const {

@@ -32,7 +32,7 @@ class UltrasonicService : public Service {
     if (!regular_.due(tick.time) || !texts_.has_readers()) {
       return;
     }
-    scene_.move_to(tick.time);
+    scene_.move_to(tick.time, tick.state.things);
     nlohmann::json text = {{"timestamp", tick.stamp.sec() * INT64_C(1000000) + tick.stamp.nanosec() / 1000}};
     for (int i = 0; i < kSensors; ++i) {
       const double metres = scene_.distance(sensor_pose(tick.state.base_truth, i)).value_or(kRange);
