@@ -33,9 +33,7 @@ KDL::Joint to_kdl(const urdf::Joint& joint) {
 
 void add_children(const urdf::Link& link, KDL::Tree& tree) {
   for (const auto& child : link.child_links) {
-    const urdf::Joint& joint = *child->parent_joint;
-    const KDL::Frame origin = to_kdl(joint.parent_to_joint_origin_transform);
-    tree.addSegment(KDL::Segment(child->name, to_kdl(joint), origin), link.name);
+    tree.addSegment(make_segment(*child->parent_joint), link.name);
     add_children(*child, tree);
   }
 }
@@ -56,6 +54,10 @@ urdf::ModelInterfaceSharedPtr read_urdf(const std::string& path, std::string& er
     return nullptr;
   }
   return model;
+}
+
+KDL::Segment make_segment(const urdf::Joint& joint) {
+  return KDL::Segment(joint.child_link_name, to_kdl(joint), to_kdl(joint.parent_to_joint_origin_transform));
 }
 
 KDL::Tree make_kdl_tree(const urdf::ModelInterface& model) {
