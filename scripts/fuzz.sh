@@ -9,8 +9,7 @@ source scripts/common.sh
 
 seconds=${1:-60}
 fuzzers=(fuzz_envelope fuzz_bulk fuzz_log_line fuzz_battery fuzz_volume fuzz_images fuzz_ultrasonic
-  fuzz_camera_parameters fuzz_sensor_messages fuzz_planner_replies
-  fuzz_navigation_replies)
+  fuzz_camera_parameters fuzz_sensor_messages fuzz_planner_replies fuzz_navigation_replies fuzz_detection_result)
 configure_preset fuzz >/dev/null
 cmake --build build/fuzz -j"$(default_jobs)" --target "${fuzzers[@]}" >/dev/null
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages of scripts/apt-packages.txt that are missing. Silent when there are none.
+# Installs the Debian packages of scripts/apt-packages.txt that are missing, and with section product the headers of PCL
+# (scripts/pcl_headers.sh). Silent when there is nothing to do.
 #
 #   ./scripts/setup.sh                    every section
 #   ./scripts/setup.sh build product      only these sections
@@ -37,7 +38,7 @@ as_root() {
   fi
 }
 
-only_list=false
+only_list=false needs_pcl=false
 sections=()
 for argument in "$@"; do
   case "$argument" in
@@ -62,10 +63,16 @@ if $only_list; then
 fi
 
 command -v dpkg-query >/dev/null || die "this is not a Debian system; install by hand what $list names"
+for section in "${sections[@]}"; do
+  [ "$section" != product ] || needs_pcl=true
+done
 mapfile -t missing < <(printf '%s\n' "${packages[@]}" | sort -u | comm -23 - <(installed_packages | sort -u))
-[ ${#missing[@]} -gt 0 ] || exit 0
-
-echo "Installing ${#missing[@]} Debian packages: ${missing[*]}"
-as_root apt-get update -qq || die "apt-get update failed; is the network up?"
-as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}" ||
-  die "the installation failed; this release needs the package archive of Debian 12"
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "Installing ${#missing[@]} Debian packages: ${missing[*]}"
+  as_root apt-get update -qq || die "apt-get update failed; is the network up?"
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}" ||
+    die "the installation failed; this release needs the package archive of Debian 12"
+fi
+if $needs_pcl; then
+  scripts/pcl_headers.sh
+fi

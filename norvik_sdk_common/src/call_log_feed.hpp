@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include <norvik_sdk/export.hpp>
 #include <norvik_sdk/log_level.hpp>
 
 namespace norvik::sdk {
@@ -16,7 +17,7 @@ class CallLogFeed {
   static void take(LogLevel level, const char* source, const std::string& text);
 
  private:
-  static bool is_open() noexcept;
+  NORVIK_SDK_EXPORT static bool is_open() noexcept;
 };
 
 }  // namespace norvik::sdk

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string>
 
+#include <norvik_sdk/export.hpp>
 #include <norvik_sdk/log_level.hpp>
 #include <norvik_sdk/sdk_logger.hpp>
 
@@ -29,7 +30,7 @@ class Logger {
   static constexpr int32_t kHandled = 0;
   static constexpr int32_t kNotReady = 2;
 
-  static Logger& get_instance();
+  NORVIK_SDK_EXPORT static Logger& get_instance();
 
   Logger(const Logger&) = delete;
   Logger& operator=(const Logger&) = delete;
@@ -106,7 +107,7 @@ class Logger {
   void drain_writers() const;
   void close_at_exit();
 
-  static std::atomic<int32_t> internal_threshold_;
+  NORVIK_SDK_EXPORT static std::atomic<int32_t> internal_threshold_;
   static std::atomic<int32_t> user_threshold_;
 
   mutable std::timed_mutex set_up_mutex_;  // set-up against shutdown and the two getters; never taken by the write path

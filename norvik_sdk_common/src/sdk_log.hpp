@@ -3,18 +3,21 @@
 #include <cstdint>
 #include <sstream>
 
+#include <norvik_sdk/export.hpp>
+
 #include "call_log_feed.hpp"
 #include "logger.hpp"
 
 namespace norvik::sdk {
 
 // One log record under construction: text is streamed in, the destructor writes it. Used through SDK_LOG.
+// What that calls is exported: libnorvik_sdk_perception writes into the same log.
 class LoggerHelper {
  public:
   // `file` and `function` are kept as pointers until the record is on disk: pass literals.
   LoggerHelper(LogLevel level, const char* file, const char* function, int32_t line, bool is_user = false)
       : level_(level), file_(file), function_(function), line_(line), is_user_(is_user) {}
-  ~LoggerHelper();
+  NORVIK_SDK_EXPORT ~LoggerHelper();
   LoggerHelper(const LoggerHelper&) = delete;
   LoggerHelper& operator=(const LoggerHelper&) = delete;
 

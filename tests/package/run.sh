@@ -44,6 +44,23 @@ flags=$(PKG_CONFIG_PATH=$pc_dir pkg-config --cflags --libs norvik_sdk)
 g++ -std=c++17 "$here/smoke.cpp" -o "$build_dir/smoke_pkg_config" $flags -Wl,-rpath,"$(dirname "$library")"
 run "$build_dir/smoke_pkg_config"
 
+# Components: by CMake and by pkg-config, each with a compiler that may use wider vector instructions than the library's.
+cmake -S "$here/components" -B "$build_dir/components" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS=-mavx
+cmake --build "$build_dir/components"
+run "$build_dir/components/perception"
+flags=$(PKG_CONFIG_PATH=$pc_dir pkg-config --cflags --libs norvik_sdk-perception norvik_sdk-opencv)
+# shellcheck disable=SC2086
+g++ -std=c++17 -mavx -Wall -Wextra -Werror "$here/components/perception.cpp" -o "$build_dir/perception_pkg_config" $flags \
+  -Wl,-rpath,"$(dirname "$library")"
+run "$build_dir/perception_pkg_config"
+
+# What is missing is told with its package.
+if cmake -S "$here/components" -B "$build_dir/no_pcl" -DCMAKE_PREFIX_PATH="$prefix" -Dnorvik_sdk_pcl_point_cloud_h= \
+  -DCMAKE_FIND_USE_CMAKE_SYSTEM_PATH=OFF >"$build_dir/no_pcl.log" 2>&1; then
+  die "component perception is found without PCL"
+fi
+grep -q 'needs these Debian packages:.*libpcl-dev' "$build_dir/no_pcl.log" || die "no hint that libpcl-dev is missing"
+
 # What the library uses inside must show neither in what an application links nor in what the library exports.
 private='fastrtps|fastcdr|protobuf|spdlog|libfmt|boost|curl|crypto|opencv|ovimux|norvik_proto'
 if readelf -d "$build_dir/smoke" | grep NEEDED | grep -E "$private"; then

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <set>
+
+#include "impl/norvik_perception_base.hpp"
+
+namespace norvik::sdk::r5 {
+
+class NorvikPerceptionR5 : public NorvikPerceptionBase {
+ public:
+  using NorvikPerceptionBase::NorvikPerceptionBase;
+  bool init(const std::set<PerceptionModule>& modules) override;
+};
+
+}  // namespace norvik::sdk::r5
