@@ -20,6 +20,10 @@ EndpointInfo tavrinox_service(const std::string& name, const std::string& reques
   return {kService, name, "norvik.tavrinox_proto." + request + " norvik.tavrinox_proto." + response};
 }
 
+EndpointInfo planner_service(const std::string& name, const std::string& request, const std::string& response) {
+  return {kService, name, "norvik.kelvorn_proto." + request + " norvik.kelvorn_proto." + response};
+}
+
 std::vector<EndpointInfo> hand_endpoints() {
   std::vector<EndpointInfo> endpoints;
   for (const std::string topics : {kLeftHandTopics, kRightHandTopics}) {
@@ -107,6 +111,13 @@ const std::vector<ServiceEntry>& service_table() {
        {{kOut, kMicrophoneTopic, "norvik.sensor_proto.Audio"}, {kIn, kSpeakerTopic, "norvik.sensor_proto.Audio"}},
        make_audio_service},
       {"hands", {"k2"}, hand_endpoints(), make_hand_service},
+      {"planning",
+       {},
+       {planner_service(kPlannerService, "MotionPlanServerRequest", "MotionPlannerOutput"),
+        planner_service(kPlannerDataService, "GetDataRequest", "DataResponse"),
+        planner_service(kPlannerKinematicService, "KinematicRequest", "KinematicResponse"),
+        {kOut, kPlannerStatusTopic, "norvik.kelvorn_proto.PlannerStatus"}},
+       make_planning_service},
       {"control", {}, {{kService, kControlService, "json json"}}, make_control_service},
   };
   return kTable;

@@ -19,7 +19,8 @@ Simulator::Simulator(const Options& options, std::unique_ptr<ovimux::Node> node,
       node_(std::move(node)),
       endpoints_(endpoints_of(options.robot.model)),
       pace_(options.rate),
-      environment_{world_, wire_faults_, delays_, *node_, sensors_, infrared_, speaker_, endpoints_, pace_},
+      environment_{world_,   wire_faults_, planner_faults_, delays_,    *node_,
+                   sensors_, infrared_,    speaker_,        endpoints_, pace_},
       fault_plan_(std::move(faults)) {
   for (const ServiceEntry* entry : services_of(options.robot.model)) {
     services_.push_back(entry->make(environment_));

@@ -30,6 +30,7 @@ class Simulator {
 
   World world_;
   WireFaults wire_faults_;
+  PlannerFaults planner_faults_;
   DelayQueue delays_;
   const SensorSettings sensors_;
   InfraredMode infrared_;

@@ -34,6 +34,7 @@ const std::map<std::string, Members>& operations() {
         {"delay_ms", MemberKind::kWholeNumber, kOptional},
         {"payload", MemberKind::kText, kOptional},
         {"repeat", MemberKind::kWholeNumber, kOptional}}},
+      {"planner", {{"fault", MemberKind::kText}, {"count", MemberKind::kWholeNumber, kOptional}}},
       {"clock", {{"skew_ms", MemberKind::kWholeNumber}}},
       {"infrared", {{"side", MemberKind::kText}, {"enabled", MemberKind::kFlag}}},
       {"freeze", {{"joints", MemberKind::kTexts}, {"frozen", MemberKind::kFlag, kOptional}}},

@@ -100,6 +100,12 @@ json set_topic_fault(Environment& environment, const json& command) {
   return {};
 }
 
+json set_planner_fault(Environment& environment, const json& command) {
+  const auto fault = command.at("fault").get<std::string>();
+  require(environment.planner_faults.set(fault, command.value("count", int64_t{1})), "unknown fault: " + fault);
+  return {};
+}
+
 json set_clock(Environment& environment, const json& command) {
   const std::chrono::milliseconds skew(command.at("skew_ms").get<int64_t>());
   require(skew < std::chrono::hours(24) && skew > -std::chrono::hours(24), "skew_ms is more than a day");
@@ -140,6 +146,7 @@ json place_object(Environment& environment, const json& command) {
 json clear(Environment& environment, const json& /*command*/) {
   environment.world.clear_faults();
   environment.faults.clear();
+  environment.planner_faults.clear();
   return {};
 }
 
@@ -225,6 +232,7 @@ const std::map<std::string, Operation>& operations() {
       {"error", set_error},
       {"reply", set_reply_fault},
       {"topic", set_topic_fault},
+      {"planner", set_planner_fault},
       {"clock", set_clock},
       {"infrared", set_infrared},
       {"freeze", freeze},

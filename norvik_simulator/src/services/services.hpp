@@ -24,6 +24,10 @@ inline constexpr const char* kRightCameraParameterTopic = "/cam_arm_r/meta_data/
 inline constexpr const char* kUltrasonicTopic = "base_ultra";
 inline constexpr const char* kMicrophoneTopic = "/norvik/mic";
 inline constexpr const char* kSpeakerTopic = "/norvik/spk";
+inline constexpr const char* kPlannerService = "motion_planning_service";
+inline constexpr const char* kPlannerDataService = "motion_planning_service/get_data";
+inline constexpr const char* kPlannerKinematicService = "motion_planning_service/kinematic";
+inline constexpr const char* kPlannerStatusTopic = "motion_planning_service/status";
 inline constexpr const char* kLeftHandTopics = "/endtool/sharpa_dexhand_L/";
 inline constexpr const char* kRightHandTopics = "/endtool/sharpa_dexhand_R/";
 
@@ -42,6 +46,7 @@ std::unique_ptr<Service> make_imu_service(Environment& environment);
 std::unique_ptr<Service> make_ultrasonic_service(Environment& environment);
 std::unique_ptr<Service> make_audio_service(Environment& environment);
 std::unique_ptr<Service> make_hand_service(Environment& environment);
+std::unique_ptr<Service> make_planning_service(Environment& environment);
 std::unique_ptr<Service> make_control_service(Environment& environment);
 
 // A late joiner gets the last message.

@@ -7,6 +7,7 @@
 #include "wire/delay_queue.hpp"
 #include "wire/endpoint_info.hpp"
 #include "wire/pace.hpp"
+#include "wire/planner_faults.hpp"
 #include "wire/wire_faults.hpp"
 #include "world/speaker.hpp"
 #include "world/world.hpp"
@@ -17,6 +18,7 @@ namespace norvik::simulator {
 struct Environment {
   World& world;
   WireFaults& faults;
+  PlannerFaults& planner_faults;
   DelayQueue& delays;
   ovimux::Node& node;
   const SensorSettings& sensors;
