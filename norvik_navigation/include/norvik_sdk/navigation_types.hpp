@@ -45,15 +45,15 @@ struct TaskHandle {
   std::string message;                       // of the service, or why the request did not get through
 };
 
-// One point of a way. Everything 0 but the pose leaves the choice to the service.
+// One point of a way.
 struct Waypoint {
   Pose pose;
-  double pos_err_x = 0.0;  // how near counts as arrived, metres
-  double pos_err_y = 0.0;
-  double ori_err = 0.0;    // radians
-  double vel_scale = 0.0;  // shares of the limits in force
-  double acc_scale = 0.0;
-  double jerk_scale = 0.0;
+  double pos_err_x = 0.1;  // how near counts as passed, metres
+  double pos_err_y = 0.1;
+  double ori_err = 0.1;    // radians
+  double vel_scale = 1.0;  // shares of the limits in force
+  double acc_scale = 1.0;
+  double jerk_scale = 1.0;
 };
 
 // A box in the world, or on a link of the robot.

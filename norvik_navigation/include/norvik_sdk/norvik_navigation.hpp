@@ -14,7 +14,7 @@ namespace norvik::sdk {
 // Moves the base with the navigation service of the robot. One object per robot model and process:
 //
 //   auto& navigation = norvik::sdk::NorvikNavigation::get_instance(norvik::sdk::MachineType::K2);
-//   if (!navigation.init()) return 1;
+//   if (!navigation.init() || !wait_until_ready(navigation)) return 1;
 //   norvik::sdk::Pose goal;
 //   goal.x = 2.0;
 //   const auto status = navigation.navigate_to_goal(goal);

@@ -100,12 +100,13 @@ bool NorvikNavigationBase::open_channels() {
   SDK_LOG(info) << "navi node create success";
   init_pose_writer_ = navi_node_->CreateWriter<PoseMsg>(kInitialPoseTopic, ovimux::Qos{});
   open_fusion_clients();
-  if (!open_clients() || !open_readers()) {
-    return false;
-  }
+  register_shutdown_task();
+  return open_clients() && open_readers();
+}
+
+void NorvikNavigationBase::register_shutdown_task() {
   shutdown_task_ =
       std::make_unique<ovimux::ShutdownTask>([this](NaviTime deadline) { stop_goals_under_way(deadline); });
-  return true;
 }
 
 // A robot without the box service navigates all the same.
@@ -180,6 +181,10 @@ void NorvikNavigationBase::clear_provider_slot() {
   if (g_slot_owner.compare_exchange_strong(expected, nullptr)) {
     BaseStateProvider::get_base_state_func_ = nullptr;
   }
+}
+
+bool NorvikNavigationBase::is_ready() const {
+  return pns_status_.load() == PNSStatus::SERVICE_WORKING && is_localized();
 }
 
 bool NorvikNavigationBase::is_service_working() const {

@@ -93,6 +93,9 @@ class NorvikNavigationBase : public NorvikNavigation {
   // Writes one setting into the log.
   NaviStatus get_navigation_config(const std::string& key);
 
+  // The service works and the robot is localised.
+  bool is_ready() const;
+
   // These run on workers of the middleware.
   void navigation_status_msg_callback(const std::shared_ptr<kelvorn_proto::NavigationResult>& result);
   void pns_status_callback(const std::shared_ptr<kelvorn_proto::PNSStatus>& status);
@@ -109,8 +112,8 @@ class NorvikNavigationBase : public NorvikNavigation {
   // What init() of both models does behind the log's opening.
   bool base_init();
 
-  // Stops the goals of blocking calls, when the process is told to end.
-  void stop_goals_under_way(NaviTime deadline);
+  // From here on the goals of blocking calls are stopped when the process is told to end.
+  void register_shutdown_task();
 
   std::shared_ptr<ovimux::SerializationWriter<spatial_proto::PoseMsg>> init_pose_writer_;
   std::shared_ptr<ovimux::RawClient> fusion_add_client_;
@@ -128,6 +131,7 @@ class NorvikNavigationBase : public NorvikNavigation {
   bool open_clients();
   bool open_readers();
   void wait_for_servers();
+  void stop_goals_under_way(NaviTime deadline);
   void fill_provider_slot();
   void clear_provider_slot();
   // SERVICE_WORKING was reported; logs when not.

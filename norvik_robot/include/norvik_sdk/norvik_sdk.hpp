@@ -3,6 +3,7 @@
 // Everything that the library offers.
 #include <norvik_sdk/call_log.hpp>
 #include <norvik_sdk/console_input.hpp>
+#include <norvik_sdk/navigation_helpers.hpp>
 #include <norvik_sdk/norvik_motion.hpp>
 #include <norvik_sdk/norvik_navigation.hpp>
 #include <norvik_sdk/norvik_robot.hpp>
