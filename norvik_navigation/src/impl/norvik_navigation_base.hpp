@@ -153,7 +153,7 @@ class NorvikNavigationBase : public NorvikNavigation {
 
   // Tasks.
   struct TaskTexts;
-  TaskHandle submit_task(const std::shared_ptr<const NaviPlanRequest>& request, const TaskTexts& texts);
+  TaskHandle submit_task(const std::shared_ptr<NaviPlanRequest>& request, const TaskTexts& texts);
   bool repeat_evaluation(const std::shared_ptr<const NaviRequest>& request);
   bool wait_for_evaluation();
 

@@ -14,8 +14,8 @@ constexpr std::chrono::seconds kTaskWait{5};
 constexpr RequestLimits kOnce{kTaskWait, 0};
 constexpr int kMostRefusals = 4;
 constexpr double kEvaluationTimeS = 5.0;
-// What the small envelope holds. More would fail as if nobody had answered.
-constexpr size_t kLargestRequest = 65'536;
+// What the small envelope holds, beside the id. More would fail as if nobody had answered.
+constexpr size_t kLargestRequest = 65'536 - 64;
 
 TaskHandle refused(const std::string& reason) { return {"", NaviTaskStatus::UNKNOWN, reason}; }
 
@@ -37,9 +37,8 @@ TaskHandle NorvikNavigationBase::navigate_along_trajectory(const std::vector<Pos
   if (const char* const reason = check_trajectory(poses, frame, speed_ratio)) {
     return refused(reason);
   }
-  watcher_.reset_navi_control_thread();
   return submit_task(
-      generate_traj_navi_request(tasks_.next_goal_id(), poses, check_collision, frame, speed_ratio, true, false),
+      generate_traj_navi_request("", poses, check_collision, frame, speed_ratio, true, false),
       {"navigate_along_trajectory send success ", "navigation action timeout", "navigation request submit failed", 3});
 }
 
@@ -51,11 +50,9 @@ TaskHandle NorvikNavigationBase::navigate_through_waypoints(const std::vector<Wa
   if (const char* const reason = check_waypoints(waypoints, frame)) {
     return refused(reason);
   }
-  watcher_.reset_navi_control_thread();
-  return submit_task(
-      generate_multi_waypoints_navi_request(tasks_.next_goal_id(), waypoints, check_collision, frame, false, false),
-      {"navigate_through_waypoints send success ", "navigation request timeout", "navigation request submit failed",
-       3});
+  return submit_task(generate_multi_waypoints_navi_request("", waypoints, check_collision, frame, false, false),
+                     {"navigate_through_waypoints send success ", "navigation request timeout",
+                      "navigation request submit failed", 3});
 }
 
 TaskHandle NorvikNavigationBase::set_navigation_target(const Pose& pose, const std::string& frame, float speed_ratio,
@@ -69,21 +66,24 @@ TaskHandle NorvikNavigationBase::set_navigation_target(const Pose& pose, const s
   watcher_.reset_navi_control_thread();
   SDK_LOG(info) << "dynamic target start time: " << std::to_string(clock_.now().seconds());
   return submit_task(
-      generate_target_navi_request(tasks_.next_goal_id(), pose, frame, speed_ratio, check_collision),
+      generate_target_navi_request("", pose, frame, speed_ratio, check_collision),
       {"set_navigation_target send success ", "navigation target timeout", "navigation target submit failed", 4});
 }
 
-TaskHandle NorvikNavigationBase::submit_task(const std::shared_ptr<const NaviPlanRequest>& request,
-                                             const TaskTexts& texts) {
+// Gives the request its id. One that is refused here leaves everything as it is.
+TaskHandle NorvikNavigationBase::submit_task(const std::shared_ptr<NaviPlanRequest>& request, const TaskTexts& texts) {
   if (request->ByteSizeLong() > kLargestRequest) {
     SDK_LOG(error) << "navigation request is too large: " << request->ByteSizeLong() << " bytes";
     return refused("navigation request is too large");
   }
-  const std::string& task_id = request->task_id();
+  watcher_.reset_navi_control_thread();
+  const std::string task_id = tasks_.next_goal_id();
+  request->set_task_id(task_id);
   tasks_.set_current_task_id(task_id);
   tasks_.set_status(NaviTaskStatus::RUNNING);
   tasks_.enter(task_id);
-  const RequestOutcome outcome = send_repeatedly(plan_v2_client_, request, {kTaskWait, texts.repetitions});
+  const RequestOutcome outcome =
+      send_repeatedly(plan_v2_client_, std::shared_ptr<const NaviPlanRequest>(request), {kTaskWait, texts.repetitions});
   if (outcome.kind == RequestOutcome::kAccepted) {
     SDK_LOG(info) << texts.success << task_id;
     return {task_id, NaviTaskStatus::RUNNING, "accepted"};

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 
 #include <norvik_sdk/navigation_helpers.hpp>
 
@@ -71,6 +72,24 @@ TEST_P(Start, OpensEveryChannel) {
   EXPECT_EQ(navigation().relocalize(kGoal), NaviStatus::SUCCESS);
   EXPECT_TRUE(eventually([&] { return robot.has_initial_pose(); }));
   EXPECT_TRUE(navigation().init());
+}
+
+TEST_P(Start, GoesOnWithAServiceThatWentAndCameBack) {
+  SdkLogCapture log;
+  std::optional<WireNavigation> robot(NaviTaskStatus::SUCCESS);
+  ASSERT_TRUE(navigation().init() && wait_until_ready(navigation()));
+  robot.reset();
+  // It was heard working; that it is gone shows with the next request, at once.
+  EXPECT_TRUE(eventually([] { return navigation().get_bounding_box().empty(); }));
+  const auto begin = steady_clock::now();
+  EXPECT_EQ(navigation().navigate_to_goal(kGoal), NaviStatus::REQUEST_FAILED);
+  EXPECT_EQ(navigation().set_navigation_timeout(1.0), NaviStatus::REQUEST_FAILED);
+  EXPECT_EQ(navigation().remove_bounding_box(1), NaviStatus::REQUEST_FAILED);
+  EXPECT_LT(steady_clock::now() - begin, 2s);
+  EXPECT_TRUE(log.has("error", "fusion remove box server is not connected"));
+  robot.emplace(NaviTaskStatus::SUCCESS);
+  EXPECT_TRUE(eventually([] { return navigation().set_navigation_timeout(1.0) == NaviStatus::SUCCESS; }));
+  EXPECT_TRUE(eventually([] { return navigation().navigate_to_goal(kGoal) == NaviStatus::SUCCESS; }));
 }
 
 TEST_P(Start, FailsForGoodWithoutAChannel) {
