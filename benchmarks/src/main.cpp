@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "command_benchmarks.hpp"
+#include "motion_benchmarks.hpp"
 #include "partner_process.hpp"
 #include "report.hpp"
 #include "sdk_benchmarks.hpp"
@@ -29,6 +30,7 @@ const std::vector<Suite>& suites() {
       {"trajectory", [](double /*scale*/) { return trajectory_rows(); }},
       {"stream", stream_rows},
       {"sensors", sensor_rows},
+      {"motion", motion_rows},
       {"start", [](double /*scale*/) { return start_rows(); }},
       {"memory", [](double /*scale*/) { return memory_rows(); }},
   };
@@ -72,7 +74,7 @@ int run_suites(const std::vector<std::string>& arguments) {
 // Each file with roles answers -1 for one that is not among its own.
 int run_role_of_ours(const std::vector<std::string>& arguments) {
   end_with_parent();
-  for (const auto run : {run_wire_role, run_sdk_role, run_command_role, run_sensor_role}) {
+  for (const auto run : {run_wire_role, run_sdk_role, run_command_role, run_sensor_role, run_motion_role}) {
     const int status = run(arguments);
     if (status >= 0) {
       return status;
