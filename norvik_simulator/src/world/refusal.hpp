@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,7 @@ struct Refusal {
 };
 using Refusals = std::vector<Refusal>;
 
-// Names come from the wire and may be megabytes long.
-std::string printable_name(const std::string& name);
+// Names come from the wire and may be megabytes long. `longest` in bytes.
+std::string printable_name(const std::string& name, size_t longest = 64);
 
 }  // namespace norvik::simulator

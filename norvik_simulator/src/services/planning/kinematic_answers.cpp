@@ -13,6 +13,10 @@ namespace {
 
 namespace proto = kelvorn_proto;
 
+// Bytes. Answers have the small envelope, too.
+constexpr size_t kLargestAnswer = 60'000;
+constexpr size_t kLongestReason = 1024;
+
 planning::FrameRef frame_of(const proto::ForwardKinematicRequest& request) {
   return request.ref_frame_case() == proto::ForwardKinematicRequest::kReferenceFrameName
              ? planning::FrameRef::link(request.reference_frame_name())
@@ -81,7 +85,8 @@ proto::KinematicResponse answer_kinematics(const proto::KinematicRequest& reques
       default:
         return refuse_kinematics(request, "this kind of request is not implemented");
     }
-    return response;
+    return response.ByteSizeLong() > kLargestAnswer ? refuse_kinematics(request, "the answer would be too large")
+                                                    : response;
   } catch (const std::exception& error) {
     return refuse_kinematics(request, error.what());
   }
@@ -91,7 +96,7 @@ proto::KinematicResponse refuse_kinematics(const proto::KinematicRequest& reques
   proto::KinematicResponse response;
   response.set_task_id(request.task_id());
   response.set_ret(false);
-  response.set_msg(reason);
+  response.set_msg(printable_name(reason, kLongestReason));
   return response;
 }
 

@@ -8,6 +8,7 @@
 #include "services/planning/messages/bad_request.hpp"
 #include "services/planning/messages/wire_reading.hpp"
 #include "services/planning/messages/wire_writing.hpp"
+#include "world/refusal.hpp"
 
 namespace norvik::simulator {
 
@@ -18,6 +19,8 @@ using proto::PlannerStatus;
 
 // How far the robot may have moved since it was planned for; radians or metres.
 constexpr double kAtStart = 0.02;
+// Bytes. Descriptions name what callers send.
+constexpr size_t kLongestDescription = 1024;
 
 void require(const planning::Outcome& outcome) {
   if (!outcome) {
@@ -71,12 +74,15 @@ PlannerStatus PlannerTasks::run(const Request& request, size_t room) const {
     const planning::Settings settings = settings_of(request, snapshot.settings);
     action->second({tools_, request, room, robot_now(tools_.world, tools_.planner.model()), std::move(snapshot),
                     settings, [&stop = tools_.stop] { return stop.load(); }, status});
+    if (status.ByteSizeLong() > room) {
+      throw BadRequest("the result does not fit into a status");
+    }
     status.set_status(PlannerStatus::SERVICE_STATUS_FINISHED);
     return status;
   } catch (const BadRequest& error) {
     status.Clear();
     status.set_error_code(error.code);
-    status.set_error_desp(error.what());
+    status.set_error_desp(printable_name(error.what(), kLongestDescription));
   } catch (const std::exception& error) {
     status.Clear();
     status.set_error_desp(error.what());

@@ -18,6 +18,7 @@ using proto::PlannerStatus;
 // All names are in every status, which has 64 KiB.
 constexpr size_t kLongestName = 256;
 constexpr size_t kRoomForNames = 32 * 1024;
+constexpr size_t kMostAttached = 100;        // One answer holds them all.
 constexpr double kDefaultResolution = 0.02;  // Metres.
 
 void require(const planning::Outcome& outcome, int32_t code = PlannerStatus::PARAM_ERROR) {
@@ -147,6 +148,9 @@ void change_scene(const proto::CommonRequest& request, const planning::PlanningM
     planning::ObjectSpec spec = read_prop(request.attach_collision_object().object_config(), now);
     spec.shape = read_simple(request.attach_collision_object().simple_object().simple_object());
     require(scene.attach_object(model, spec, now));
+    if (scene.attached().size() > kMostAttached) {
+      throw BadRequest("the robot holds too many objects");
+    }
   } else if (request.has_remove_collision_object()) {
     remove_objects(request.remove_collision_object(), scene);
   } else {
