@@ -174,8 +174,6 @@ const std::vector<Refusal>& refusals() {
          return chains(m, {{arm(), {}}}, true, line());
        },
        "Only one target state is supported for each chain"},
-      {[](auto& m) { return chains(m, {}); }, "waypoints empty."},
-      {[](auto& m) { return chains(m, {}, true, line()); }, "waypoints empty."},
       {[](auto& m) { return chains(m, {}, false); }, "waypoints empty."},
       {[](auto& m) {
          return chains(m, {{arm(), {{1, 2}}}}, true, parameter(), {arm({1})});

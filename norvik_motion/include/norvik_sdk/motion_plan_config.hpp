@@ -109,8 +109,8 @@ struct NORVIK_SDK_EXPORT MotionPlanConfig {
   std::shared_ptr<TrajectoryFeasibilityCheckOption> trajectory_feasibility_check_option;
   std::vector<KinematicsBoundary> feasibility_boundary;  // to set: one arm; velocity, acceleration and jerk count
   std::shared_ptr<LineTrajCheckPrimitive> line_traj_check_primitive;
-  std::vector<KinematicsBoundary> ik_joint_limit;       // to set: one chain
-  std::vector<KinematicsBoundary> sampler_joint_limit;  // to set: one chain
+  std::vector<KinematicsBoundary> ik_joint_limit;       // to set: only the first chain is sent
+  std::vector<KinematicsBoundary> sampler_joint_limit;  // to set: only the first chain is sent
   std::vector<KinematicsBoundary> hard_joint_limit;     // read only
 };
 

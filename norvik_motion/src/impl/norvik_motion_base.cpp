@@ -66,7 +66,8 @@ bool NorvikMotionBase::base_init() {
   ovimux::OvimuxInit();
   SDK_LOG(debug) << "debug log enable";
   std::call_once(init_once_, [this] { is_init_ = open_channels(); });
-  if (!is_init_.load() || !wait_mps_init()) {
+  const bool started = wait_mps_init();
+  if (!is_init_.load() || !started) {
     SDK_LOG(info) << "mps init failed";
     is_init_ = false;
     close_channels();

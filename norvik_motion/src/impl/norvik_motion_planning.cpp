@@ -48,10 +48,8 @@ struct MultiTarget {
 };
 
 bool check_same_type(const std::map<std::shared_ptr<RobotStates>, NorvikMotion::Waypoints>& targets) {
-  for (const auto& entry : targets) {
-    if (!view_target(entry.first)) {
-      return false;
-    }
+  if (std::any_of(targets.begin(), targets.end(), [](const auto& entry) { return !entry.first; })) {
+    return view_target(nullptr).has_value();  // False, with its text.
   }
   const bool same = std::all_of(targets.begin(), targets.end(), [&](const auto& entry) {
     return entry.first->get_type() == targets.begin()->first->get_type();

@@ -114,9 +114,9 @@ bool NorvikMotionBase::replace_joint_state(const std::string& chain, const std::
     SDK_LOG(error) << "replace_joint_state, unsupport chain name: " << chain;
     return false;
   }
-  // The service may have told fewer places than joints, or places beyond the vector.
+  // The service may have told more places than joints, or places beyond the vector.
   const auto& indices = row->second;
-  if (indices.size() != joint_values.size() || std::any_of(indices.begin(), indices.end(), [&](int32_t index) {
+  if (indices.size() > joint_values.size() || std::any_of(indices.begin(), indices.end(), [&](int32_t index) {
         return index < 0 || static_cast<size_t>(index) >= whole_body.size();
       })) {
     SDK_LOG(error) << "replace_joint_state, the joint indices of chain " << chain << " do not fit the robot.";
@@ -177,7 +177,7 @@ MotionStatus NorvikMotionBase::get_transform(const std::string& target, const st
   return MotionStatus::DATA_FETCH_FAILED;
 }
 
-// The lower body and the head move by the joint layer, then the arms by the planner. Nothing moves unless both can.
+// The lower body and the head move by the joint layer, then the arms by the planner.
 MotionStatus NorvikMotionBase::move_to_zero(const ZeroPosture& posture, bool blocking, double speed, double timeout,
                                             std::shared_ptr<Parameter> parameter) {
   const auto options = read_parameter(parameter ? parameter : default_param, "move_whole_body_joint_zero");
@@ -189,9 +189,6 @@ MotionStatus NorvikMotionBase::move_to_zero(const ZeroPosture& posture, bool blo
   if (!set_joint_positions) {
     SDK_LOG(error) << "move_whole_body_joint_zero: no joint control, initialize Robot first.";
     return MotionStatus::INVALID_INPUT;
-  }
-  if (!is_valid_or_log()) {
-    return MotionStatus::INIT_FAILED;
   }
   std::vector<double> joints = posture.lower_body_joints;
   joints.insert(joints.end(), posture.head.begin(), posture.head.end());

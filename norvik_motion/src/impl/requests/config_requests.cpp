@@ -198,17 +198,23 @@ bool set_feasibility_boundary(const DataChecker& checker, const std::vector<Kine
   return true;
 }
 
-// Position limits of one chain, for which `add` gives the message once there is something to send.
+// The position limits of the first chain, for which `add` gives the message once there is something to send.
 template <typename AddMessage>
 bool set_position_limit(const DataChecker& checker, const std::vector<KinematicsBoundary>& boundaries, const char* name,
                         AddMessage add) {
-  if (!is_one_record(boundaries, name)) {
-    return false;
+  const auto limits_of = [name](const KinematicsBoundary& boundary) {
+    return Limits{name, boundary.lower_limit, boundary.upper_limit};
+  };
+  for (const KinematicsBoundary& boundary : boundaries) {
+    if (!check_limits(checker, boundary.chain_name, limits_of(boundary))) {
+      return false;
+    }
   }
   const KinematicsBoundary& boundary = boundaries.front();
-  const Limits limits{name, boundary.lower_limit, boundary.upper_limit};
-  if (!check_limits(checker, boundary.chain_name, limits)) {
-    return false;
+  const Limits limits = limits_of(boundary);
+  if (boundaries.size() > 1) {
+    SDK_LOG(warning) << name << " holds " << boundaries.size() << " chains, only that of " << boundary.chain_name
+                  << " is sent.";
   }
   if (tells_nothing(limits)) {
     return true;

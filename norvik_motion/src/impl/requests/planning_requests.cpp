@@ -239,7 +239,7 @@ MotionStatus fill_multi_chain_path(const DataChecker& checker, const ChainWaypoi
       return status;
     }
   }
-  return targets.empty() ? refuse_no_chain() : kOk;
+  return kOk;
 }
 
 MotionStatus fill_multi_chain_line(const DataChecker& checker, const ChainWaypoints& targets, TargetType type,
@@ -258,7 +258,7 @@ MotionStatus fill_multi_chain_line(const DataChecker& checker, const ChainWaypoi
       return status;
     }
   }
-  return targets.empty() ? refuse_no_chain() : kOk;
+  return kOk;
 }
 
 MotionStatus fill_single_chain_waypoints(const DataChecker& checker, const std::string& chain, TargetType type,

@@ -144,7 +144,7 @@ MotionStatus set_mesh(const SceneObject& object, proto::buildCollsionObjectReque
 }
 
 MotionStatus check_resolution(double resolution) {
-  if (std::isfinite(resolution) && resolution >= 0.0) {
+  if (std::isfinite(resolution)) {
     return kOk;
   }
   SDK_LOG(error) << "invalid resolution: " << resolution;
