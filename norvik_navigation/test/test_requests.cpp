@@ -102,6 +102,12 @@ TEST(Requests, WithTargets) {
                          base("map"))}});
   navigation.navigate_along_trajectory({kGoal, {}, kGoal}, "map", 1.0F, true);
   EXPECT_EQ(navigation.plan_v2_client->calls().back().request.navi_task_request().targets_size(), 3);
+
+  // As many as the documentation says.
+  const sdk::Pose pose{1, 2, 3, 0.1, 0.2, 0.3, 0.9};
+  const Waypoint point{pose, 0.1, 0.2, 0.3, 0.4, 0.5, 0.6};
+  EXPECT_EQ(navigation.api().navigate_along_trajectory(std::vector<sdk::Pose>(580, pose)).message, "accepted");
+  EXPECT_EQ(navigation.api().navigate_through_waypoints(std::vector<Waypoint>(400, point)).message, "accepted");
 }
 
 TEST(Requests, ForTheConfiguration) {

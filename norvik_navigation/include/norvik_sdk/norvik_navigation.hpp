@@ -89,16 +89,17 @@ class NORVIK_SDK_EXPORT NorvikNavigation {
   // What the service last reported of a task, of this program or another. UNKNOWN with "task not found" for an id that
   // was never seen, "task_id is empty" for an empty one, and with the service's text before the first report of an
   // accepted task. A request that did not get through is FAILED. Does not block.
-  // Every task that is ever reported on the network is kept, some 350 bytes each (ids of 16 characters, messages as
-  // short as these): 100 000 finished tasks are 35 MB. A program that runs for weeks reckons with that.
+  // Every task that is ever reported on the network is kept, 320 bytes each with a message of up to 15 characters:
+  // 100 000 finished tasks are 32 MB. A program that runs for weeks reckons with that.
   virtual TaskHandle get_navigation_target_status(const std::string& task_id) = 0;
 
   // Hands the service a way through points; returns once it is accepted, after at most 4 requests. As
-  // set_navigation_target() otherwise. At most some 350 points fit into a request.
+  // set_navigation_target() otherwise. A request holds 400 points, or some more with zeros in them; what does not fit
+  // is refused.
   virtual TaskHandle navigate_through_waypoints(const std::vector<Waypoint>& waypoints,
                                                 const std::string& frame = "map", bool check_collision = true) = 0;
 
-  // The same for a trajectory that is driven as it is given. At most some 450 poses.
+  // The same for a trajectory that is driven as it is given. A request holds 580 poses.
   virtual TaskHandle navigate_along_trajectory(const std::vector<Pose>& poses, const std::string& frame = "map",
                                                float speed_ratio = 1.0F, bool check_collision = true) = 0;
 
