@@ -1,10 +1,12 @@
 #include "version_notifier.hpp"
 
+#include <unistd.h>
 #include <curl/curl.h>
 #include <openssl/crypto.h>
 
 #include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -14,6 +16,7 @@
 
 #include <norvik_sdk/version.hpp>
 
+#include "log_sinks/unblocked_write.hpp"
 #include "version/exit_gate.hpp"
 
 namespace norvik::sdk {
@@ -103,7 +106,7 @@ void run_detached(const ReleaseFeed& feed) noexcept {
   exit_gate::adopt();
   try {
     block_all_signals();
-    version_check_worker(feed, stderr);
+    version_check_worker(feed, STDERR_FILENO);
   } catch (...) {
     // Out of memory: no notice.
   }
@@ -130,18 +133,16 @@ void start_version_check(const ReleaseFeed& feed) {
   }
 }
 
-void version_check_worker(const ReleaseFeed& feed, std::FILE* out) {
+void version_check_worker(const ReleaseFeed& feed, int out) {
   if (check_is_disabled()) return;
   const auto current = parse_version(NORVIK_SDK_VERSION);
   if (!current) return;
   const auto body = fetch(feed);
   OPENSSL_thread_stop();  // else at the end of the thread, outside the gate
-  exit_gate::leave();     // writing may wait for a terminal
+  exit_gate::leave();
   if (!body) return;
   const auto notice = upgrade_notice(*body, *current, feed.release_page);
-  if (!notice) return;
-  std::fputs(notice->c_str(), out);
-  std::fflush(out);
+  if (notice) write_unblocked(out, *notice);
 }
 
 std::optional<std::string> extract_tag(const std::string& body) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 #include <string>
 
@@ -27,9 +26,9 @@ void notify_new_sdk_version_if_any_async();
 // second for the thread to step aside; what the thread was at stays undone.
 void start_version_check(const ReleaseFeed& feed);
 
-// The thread's work: asks `feed` and writes at most one line to `out`. NORVIK_SDK_SKIP_VERSION_CHECK=1 skips it. Every
-// failure is silent. Takes at most 3 s.
-void version_check_worker(const ReleaseFeed& feed, std::FILE* out);
+// The thread's work: asks `feed` and writes at most one line to the descriptor `out`, unless nobody reads it.
+// NORVIK_SDK_SKIP_VERSION_CHECK=1 skips it. Every failure is silent. Takes at most 3 s.
+void version_check_worker(const ReleaseFeed& feed, int out);
 
 // Text between the quotes behind "tag_name" and its colon.
 std::optional<std::string> extract_tag(const std::string& body);

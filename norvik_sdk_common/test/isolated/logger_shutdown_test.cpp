@@ -1,6 +1,8 @@
 #include <fcntl.h>
+#include <pty.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -181,21 +183,41 @@ void log_and_exit(const TempDir& directory) {
   std::exit(3);
 }
 
-void log_to_full_pipes(const TempDir& directory) {
-  const int pipe = full_pipe();
-  ::dup2(pipe, STDOUT_FILENO);
-  ::dup2(pipe, STDERR_FILENO);
+// A terminal whose window hangs: its buffer takes a few thousand characters.
+int unread_terminal() {
+  int window = -1;
+  int terminal = -1;
+  if (::openpty(&window, &terminal, nullptr, nullptr, nullptr) != 0) std::abort();
+  return terminal;
+}
+
+// After Ctrl-S.
+int stopped_terminal() {
+  const int terminal = unread_terminal();
+  ::tcflow(terminal, TCOOFF);
+  return terminal;
+}
+
+void log_to(int (*open_console)(), const TempDir& directory) {
+  const int console = open_console();
+  ::dup2(console, STDOUT_FILENO);
+  ::dup2(console, STDERR_FILENO);
   log_and_exit(directory);
 }
 
-TEST(LogWithoutAReader, OnTheConsoleCostsNeitherTheFilesNorTheEndOfTheProcess) {
+class LogWithoutAReader : public ::testing::TestWithParam<int (*)()> {};
+
+TEST_P(LogWithoutAReader, OnTheConsoleCostsNeitherTheFilesNorTheEndOfTheProcess) {
   const TempDir directory;
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_EXIT(log_to_full_pipes(directory), ExitedWithCode(3), "");
+  EXPECT_EXIT(log_to(GetParam(), directory), ExitedWithCode(3), "");
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
   EXPECT_EQ(read_log_file(directory / "log.txt").size(), 1000U);
   EXPECT_EQ(read_log_file(directory / "user.txt").size(), 1000U);
 }
+
+INSTANTIATE_TEST_SUITE_P(Consoles, LogWithoutAReader,
+                         ::testing::Values(&full_pipe, &unread_terminal, &stopped_terminal));
 
 // The log file is a full pipe that blocks its writer, as a disk does that has gone away.
 void log_to_a_stuck_disk(const TempDir& directory) {
@@ -213,7 +235,7 @@ void log_to_a_stuck_disk(const TempDir& directory) {
   log_and_exit(directory);
 }
 
-TEST(LogWithoutAReader, OnAStuckDiskDoesNotKeepTheProcess) {
+TEST(LogWithoutADisk, ThatIsStuckDoesNotKeepTheProcess) {
   const TempDir directory;
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EXIT(log_to_a_stuck_disk(directory), ExitedWithCode(3), "");
@@ -225,7 +247,7 @@ void log_to_a_full_disk(const TempDir& directory) {
   log_and_exit(directory);
 }
 
-TEST(LogWithoutAReader, OnAFullDiskIsToldOnceAndCostsTheOtherChannelNothing) {
+TEST(LogWithoutADisk, ThatIsFullIsToldOnceAndCostsTheOtherChannelNothing) {
   const TempDir directory;
   EXPECT_EXIT(log_to_a_full_disk(directory), ExitedWithCode(3),
               "^norvik_sdk: log records are lost, [^\n]*log.txt: No space left on device\n$");

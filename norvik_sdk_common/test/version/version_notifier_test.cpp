@@ -1,7 +1,9 @@
 #include "version_notifier.hpp"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -73,13 +75,13 @@ class VersionCheck : public ::testing::Test {
   // What the worker writes.
   static std::string run(const std::string& url, const char* skip = nullptr) {
     skip == nullptr ? ::unsetenv("NORVIK_SDK_SKIP_VERSION_CHECK") : ::setenv("NORVIK_SDK_SKIP_VERSION_CHECK", skip, 1);
-    char* text = nullptr;
-    std::size_t size = 0;
-    std::FILE* out = ::open_memstream(&text, &size);
-    version_check_worker({url, kPage, ""}, out);
-    std::fclose(out);
-    std::string written(text, size);
-    std::free(text);
+    int ends[2];
+    EXPECT_EQ(::pipe(ends), 0);
+    version_check_worker({url, kPage, ""}, ends[1]);
+    ::close(ends[1]);
+    std::string written(1000, '\0');
+    written.resize(static_cast<std::size_t>(std::max<ssize_t>(::read(ends[0], written.data(), written.size()), 0)));
+    ::close(ends[0]);
     return written;
   }
 };

@@ -96,10 +96,10 @@ class ExitDeadline {
   }
 }
 
-// Several threads in exit() would run each other's destructors; all but the first end here, and with one of them an
-// exit callback.
+// Several threads in exit() would run each other's destructors, and the quickest would decide the status; all but the
+// first end here, and with one of them an exit callback.
 void park_second_exit(int /*status*/, void* /*unused*/) {
-  if (std::this_thread::get_id() == g_exiting_thread.load()) {
+  if (!g_exiting.load() || std::this_thread::get_id() == g_exiting_thread.load()) {
     return;
   }
   ::on_exit(park_second_exit, nullptr);  // This registration is used up.
@@ -108,6 +108,10 @@ void park_second_exit(int /*status*/, void* /*unused*/) {
   }
   park();
 }
+
+// What is left of exit() when the first thread is done with the handler below: one that comes then passes it, but not
+// this one, which runs nearly last.
+[[gnu::constructor]] void at_loading() { ::on_exit(park_second_exit, nullptr); }
 
 bool begin_exit() {
   static std::atomic<bool> begun{false};
@@ -119,11 +123,8 @@ bool begin_exit() {
   return true;
 }
 
-// A forked child has neither the threads nor the connections; what it inherited belongs to its parent.
-bool is_forked_child() { return g_process.load() != 0 && g_process.load() != ::getpid(); }
-
 void at_exit(int status, void* /*unused*/) {
-  if (is_forked_child()) {
+  if (in_forked_child()) {
     return;
   }
   if (!begin_exit()) {
@@ -146,7 +147,7 @@ void at_exit(int status, void* /*unused*/) {
 // the libraries that this one needs are still there: an exit handler registered so early would run behind their
 // destruction.
 [[gnu::destructor]] void at_unloading() {
-  if (!is_forked_child() && begin_exit()) {
+  if (!in_forked_child() && begin_exit()) {
     Clear();
   }
 }
@@ -158,6 +159,8 @@ void register_exit_handler() {
   g_process.compare_exchange_strong(unknown, ::getpid());
   ::on_exit(at_exit, nullptr);  // Unlike atexit, tells the status.
 }
+
+bool in_forked_child() { return g_process.load() != 0 && g_process.load() != ::getpid(); }
 
 bool process_is_exiting() { return g_exiting.load(); }
 

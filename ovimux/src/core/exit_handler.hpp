@@ -7,6 +7,10 @@ namespace norvik::ovimux {
 // step of exit(): the process ends with its status.
 void register_exit_handler();
 
+// A forked child has neither the threads nor the connections. What it inherited belongs to its parent, locks included,
+// which may have been held at that moment: what the child destroys is left as it is.
+bool in_forked_child();
+
 // True once exit() has begun. Waits of destructors become bounded then.
 bool process_is_exiting();
 

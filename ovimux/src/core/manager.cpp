@@ -12,6 +12,7 @@
 #include <thread>
 #include <utility>
 
+#include "core/exit_handler.hpp"
 #include "core/topology_peers.hpp"
 #include "ovimux/core/global_data.hpp"
 #include "ovimux/dds/dds_data_writer.hpp"
@@ -173,7 +174,7 @@ Membership& Membership::operator=(Membership&& other) noexcept {
 }
 
 void Membership::leave() {
-  if (endpoint_id_ != 0) {
+  if (endpoint_id_ != 0 && !in_forked_child()) {
     Manager::Instance()->state_->remove(std::exchange(endpoint_id_, 0));
   }
 }

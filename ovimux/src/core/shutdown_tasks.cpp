@@ -66,6 +66,9 @@ ShutdownTask::ShutdownTask(Function task) : task_(std::make_shared<const Functio
 }
 
 ShutdownTask::~ShutdownTask() {
+  if (in_forked_child()) {
+    return;
+  }
   auto& state = process_state();
   std::unique_lock<std::mutex> lock(state.mutex);
   state.tasks.erase(std::remove(state.tasks.begin(), state.tasks.end(), task_), state.tasks.end());

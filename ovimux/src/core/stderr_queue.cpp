@@ -57,6 +57,9 @@ StderrQueue::StderrQueue() : owner_process_(::getpid()) {
 }
 
 void StderrQueue::push(std::string line) {
+  if (owner_process_ != ::getpid()) {
+    return;  // A forked child: the lock may have been held at that moment, by a thread that it does not have.
+  }
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     // Once lines are dropped, so are the next ones until half of the queue is free: one gap and one count, not many.
@@ -103,7 +106,7 @@ void StderrQueue::run() {
 
 void StderrQueue::flush(std::chrono::milliseconds limit) {
   if (owner_process_ != ::getpid()) {
-    return;  // A forked child: the lock may have been held at that moment, by a thread that it does not have.
+    return;
   }
   std::unique_lock<std::mutex> lock(mutex_);
   if (has_thread_) {

@@ -5,6 +5,7 @@
 #include <fastdds/dds/subscriber/SampleInfo.hpp>
 
 #include "dds/dds_thread.hpp"
+#include "dds/entity_state.hpp"
 #include "ovimux/role_attributes.pb.h"
 
 namespace norvik::ovimux {
@@ -15,9 +16,9 @@ using eprosima::fastrtps::types::ReturnCode_t;
 
 // Announcements are rare, so they are parsed on the DDS thread. A process is known by its writer; when the writer is
 // unmatched, because the process ended or its lease ran out, its announcement goes.
-class TopologyPeers::Listener : public eprosima::fastdds::dds::DataReaderListener {
+class TopologyPeers::Listener : public eprosima::fastdds::dds::DataReaderListener, public EntityState {
  public:
-  void on_data_available(DataReader* reader) override {
+  void on_data_available(eprosima::fastdds::dds::DataReader* reader) override {
     const DdsThreadScope dds_thread;
     Envelope envelope;
     SampleInfo info;
@@ -31,13 +32,18 @@ class TopologyPeers::Listener : public eprosima::fastdds::dds::DataReaderListene
     }
   }
 
-  void on_subscription_matched(DataReader* /*reader*/,
+  void on_subscription_matched(eprosima::fastdds::dds::DataReader* /*reader*/,
                                const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) override {
     const DdsThreadScope dds_thread;
     if (status.current_count_change < 0) {
       const std::lock_guard<std::mutex> lock(mutex_);
       states_.erase(status.last_publication_handle);
     }
+  }
+
+  void on_entity_gone() override {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    states_.clear();
   }
 
   std::vector<std::shared_ptr<const proto::TopologyState>> snapshot() const {

@@ -35,6 +35,9 @@ bool CallbackGate::only_this_thread_inside() const {
 }
 
 void CallbackGate::close() {
+  if (in_forked_child()) {
+    return;
+  }
   std::unique_lock<std::mutex> lock(mutex_);
   closed_ = true;
   const auto start = std::chrono::steady_clock::now();

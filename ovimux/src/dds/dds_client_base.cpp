@@ -10,6 +10,7 @@
 #include "dds/dds_identity.hpp"
 #include "dds/dds_thread.hpp"
 #include "dds/drain.hpp"
+#include "dds/entity_state.hpp"
 #include "dds/token.hpp"
 #include "ovimux/core/active_wait.hpp"
 #include "ovimux/core/global_data.hpp"
@@ -26,20 +27,40 @@ constexpr SubListenerBase::Kind kClientKind = {
     "DDSClientSubSerializationListener", "DDSClientSubSerializationListener: 64k data received", kClientChannel, false};
 constexpr std::chrono::milliseconds kServerPollPeriod{100};
 
-// Counts the servers that read this client's requests.
-class DDSClientPubListener : public eprosima::fastdds::dds::DataWriterListener {
+// Counts the servers that read this client's requests, and tells the receiving side which answers are its own.
+class DDSClientPubListener : public eprosima::fastdds::dds::DataWriterListener, public EntityState {
  public:
-  explicit DDSClientPubListener(std::function<void(unsigned)> on_match_count)
-      : on_match_count_(std::move(on_match_count)) {}
+  DDSClientPubListener(std::weak_ptr<ClientMatchCounts> counts, std::weak_ptr<DDSClientSubListenerCore> receiver)
+      : counts_(std::move(counts)), receiver_(std::move(receiver)) {}
 
   void on_publication_matched(eprosima::fastdds::dds::DataWriter* /*writer*/,
                               const eprosima::fastdds::dds::PublicationMatchedStatus& status) override {
     const DdsThreadScope dds_thread;
-    on_match_count_(static_cast<unsigned>(std::max(0, status.current_count)));
+    if (const auto counts = counts_.lock()) {
+      const auto count = static_cast<uint32_t>(std::max(0, status.current_count));
+      const uint32_t before = counts->pub.exchange(count);
+      counts->lost += before > count ? before - count : 0;
+    } else {
+      OVIMUX_LOG(kWarning) << "DDSSerializationDataClient already destroyed";
+    }
+  }
+
+  // No server is lost: it is this side that has gone.
+  void on_entity_gone() override {
+    if (const auto counts = counts_.lock()) {
+      counts->pub = 0;
+    }
+  }
+
+  void on_writer_made(const eprosima::fastrtps::rtps::GUID_t& guid) override {
+    if (const auto receiver = receiver_.lock()) {
+      receiver->set_writer_guid(from_dds(guid));
+    }
   }
 
  private:
-  const std::function<void(unsigned)> on_match_count_;
+  const std::weak_ptr<ClientMatchCounts> counts_;
+  const std::weak_ptr<DDSClientSubListenerCore> receiver_;
 };
 
 }  // namespace
@@ -145,21 +166,11 @@ DDSClientBase::~DDSClientBase() { close_endpoints(); }
 
 bool DDSClientBase::open_endpoints(const std::shared_ptr<DDSClientSubListenerCore>& listener) {
   listener_ = listener;
-  auto pub_listener =
-      std::make_shared<DDSClientPubListener>([weak = std::weak_ptr<MatchCounts>(match_counts_)](unsigned count) {
-        if (const auto counts = weak.lock()) {
-          const uint32_t before = counts->pub.exchange(count);
-          counts->lost += before > count ? before - count : 0;
-        } else {
-          OVIMUX_LOG(kWarning) << "DDSSerializationDataClient already destroyed";
-        }
-      });
   listener_->set_task();
-  writer_ = factory_->CreateWriter(request_topic_, std::move(pub_listener), request_qos_);
-  // Known before the reader exists, so that no answer can be taken for another client's.
-  const bool writes =
-      factory_->UseWriter(writer_, [this](DataWriter& writer) { listener_->set_writer_guid(from_dds(writer.guid())); });
-  if (writes) {
+  // The writer first: its name on the wire tells this client's answers from others'.
+  writer_ = factory_->CreateWriter(request_topic_, std::make_shared<DDSClientPubListener>(match_counts_, listener_),
+                                   request_qos_);
+  if (writer_ != nullptr) {
     reader_ = factory_->CreateReader(response_topic_, dds_listener_of(listener_), response_qos_, nullptr);
   }
   open_.store(writer_ != nullptr && reader_ != nullptr);

@@ -6,16 +6,26 @@
 
 #include "dds/dds_thread.hpp"
 #include "dds/endpoint_qos.hpp"
+#include "dds/entity_state.hpp"
 #include "dds/token.hpp"
 #include "ovimux/core/global_data.hpp"
 
 namespace norvik::ovimux {
 namespace {
 
-// Reports readers that ask for more than the writer offers; nothing else interests a plain writer.
-class WriterListener : public eprosima::fastdds::dds::DataWriterListener {
+// Counts the readers, and reports those that ask for more than the writer offers.
+class WriterListener : public eprosima::fastdds::dds::DataWriterListener, public EntityState {
  public:
-  explicit WriterListener(std::string topic) : topic_(std::move(topic)) {}
+  WriterListener(std::string topic, std::shared_ptr<std::atomic<unsigned>> readers)
+      : topic_(std::move(topic)), readers_(std::move(readers)) {}
+
+  void on_publication_matched(eprosima::fastdds::dds::DataWriter* /*writer*/,
+                              const eprosima::fastdds::dds::PublicationMatchedStatus& status) override {
+    const DdsThreadScope dds_thread;
+    *readers_ = static_cast<unsigned>(std::max(0, status.current_count));
+  }
+
+  void on_entity_gone() override { *readers_ = 0; }
 
   void on_offered_incompatible_qos(eprosima::fastdds::dds::DataWriter* /*writer*/,
                                    const eprosima::fastdds::dds::OfferedIncompatibleQosStatus& status) override {
@@ -28,21 +38,16 @@ class WriterListener : public eprosima::fastdds::dds::DataWriterListener {
 
  private:
   const std::string topic_;
+  const std::shared_ptr<std::atomic<unsigned>> readers_;
 };
 
 }  // namespace
 
 DDSDataWriterBase::DDSDataWriterBase(const std::string& topic, const Qos& qos)
     : factory_(DDSNodeFactory::Instance(true)),
-      writer_(factory_->CreateWriter(topic, std::make_shared<WriterListener>(topic), qos)),
+      writer_(factory_->CreateWriter(topic, std::make_shared<WriterListener>(topic, matched_readers_), qos)),
       token_(draw_token()),
       tid_(GlobalData::ThreadId()) {}
-
-unsigned DDSDataWriterBase::matched_reader_count() const {
-  eprosima::fastdds::dds::PublicationMatchedStatus status;
-  factory_->UseWriter(writer_, [&status](DataWriter& writer) { writer.get_publication_matched_status(status); });
-  return static_cast<unsigned>(std::max(0, status.current_count));
-}
 
 DDSDataWriterBase::~DDSDataWriterBase() { factory_->DeleteWriter(writer_, true); }
 

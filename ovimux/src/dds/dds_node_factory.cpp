@@ -1,14 +1,10 @@
 #include "ovimux/dds/dds_node_factory.hpp"
 
-#include <fastdds/dds/publisher/DataWriter.hpp>
 #include <fastdds/dds/publisher/DataWriterListener.hpp>
-#include <fastdds/dds/publisher/Publisher.hpp>
-#include <fastdds/dds/subscriber/DataReader.hpp>
 #include <fastdds/dds/subscriber/DataReaderListener.hpp>
-#include <fastdds/dds/subscriber/Subscriber.hpp>
-#include <fastdds/dds/topic/Topic.hpp>
 #include <fastdds/rtps/common/WriteParams.h>
 
+#include <optional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -16,12 +12,10 @@
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/shared_mutex.hpp>
 
-#include "core/exit_handler.hpp"
 #include "dds/dds_identity.hpp"
-#include "dds/dds_statics.hpp"
 #include "dds/dds_thread.hpp"
-#include "dds/endpoint_qos.hpp"
-#include "dds/envelope/envelope_type.hpp"
+#include "dds/domain_entities.hpp"
+#include "dds/entity_state.hpp"
 #include "dds/participant.hpp"
 #include "dds/transport/address_watch.hpp"
 #include "ovimux/core/global_data.hpp"
@@ -32,183 +26,162 @@
 
 namespace norvik::ovimux {
 
-using eprosima::fastdds::dds::DomainParticipant;
-using eprosima::fastdds::dds::DomainParticipantFactory;
-using eprosima::fastdds::dds::Publisher;
-using eprosima::fastdds::dds::Subscriber;
-using eprosima::fastdds::dds::Topic;
-using eprosima::fastdds::dds::TypeSupport;
+struct DataWriter {
+  DataWriter(std::string name, const Qos& its_qos, std::shared_ptr<DataWriterListener> its_listener)
+      : topic(std::move(name)), qos(its_qos), listener(std::move(its_listener)) {}
 
-// The participant and what hangs on it. One mutex guards creating and deleting of everything here: in this version of
-// Fast DDS a reader that is created while a writer is deleted, or the reverse, ends in a segmentation fault.
+  bool is_large() const { return qos.payload_kind == kLargePayloadKind; }
+
+  const std::string topic;
+  const Qos qos;
+  const std::shared_ptr<DataWriterListener> listener;
+  std::mutex mutex;                      // Held while a sample is written. Guards what follows.
+  dds::DataWriter* entity = nullptr;     // Null only when DDS has refused to replace it.
+  std::optional<Envelope> last_latched;  // Published again by the entity that replaces this one.
+};
+
+struct DataReader {
+  DataReader(std::string name, const Qos& its_qos, std::shared_ptr<DataReaderListener> its_listener)
+      : topic(std::move(name)), qos(its_qos), listener(std::move(its_listener)) {}
+
+  const std::string topic;
+  const Qos qos;
+  const std::shared_ptr<DataReaderListener> listener;
+  dds::DataReader* entity = nullptr;  // Null only when DDS has refused to replace it.
+};
+
+// One mutex guards creating and deleting of everything here. A writer's own mutex is taken after it.
 struct DDSNodeFactory::Entities {
-  struct TopicUse {
-    Topic* topic = nullptr;
-    int users = 0;
-  };
-  struct ReaderEntry {
-    Topic* topic = nullptr;
-    std::shared_ptr<DataReaderListener> listener;
-  };
+  using Writers = std::unordered_map<DataWriter*, std::shared_ptr<DataWriter>>;
+  using Readers = std::unordered_map<DataReader*, std::unique_ptr<DataReader>>;
 
   std::mutex mutex;
-  // Held for the life of the process, so that the DDS library's own singleton outlives every user of it.
-  std::shared_ptr<DomainParticipantFactory> factory;
-  DomainParticipant* participant = nullptr;
-  Publisher* publisher = nullptr;
-  Subscriber* subscriber = nullptr;
-  std::unordered_map<std::string, TopicUse> topics;
-  std::unordered_map<DataReader*, ReaderEntry> readers;
+  DomainEntities domain;
+  Readers readers;
   std::unique_ptr<AddressWatch> address_watch;
   bool closed = false;
 
-  // What the sending threads look up, under a lock of its own.
+  // What the sending threads look up, under a lock of its own. Changed with both locks held.
   boost::shared_mutex writer_map_mutex;
-  std::unordered_map<DataWriter*, WriterEntry> writer_map;
+  Writers writer_map;
 
   bool open();
-  void close();
-  Topic* acquire_topic(const std::string& name, bool large);
-  void release_topic(Topic* topic);
-  DataWriter* create_writer(const std::string& name, DataWriterListener* listener, const EndpointPolicy& policy);
-  DataReader* create_reader(const std::string& name, DataReaderListener* listener, const EndpointPolicy& policy);
-  void delete_writer(DataWriter* writer, Topic* topic);
-  void delete_reader(DataReader* reader);
-
- private:
-  void warm_up();
+  bool make(DataWriter& writer);
+  bool make(DataReader& reader);
+  std::shared_ptr<DataWriter> take(DataWriter* writer);
+  void take_down(const Writers& writers);
+  bool bring_up();
 };
 
 namespace {
 
-// Fast DDS announces every endpoint with the addresses of the time when it was made. Links that go and come back do no
-// harm. Setting the QoS of participant and endpoints again, which is to announce them anew, did not help peers.
-void warn_of_new_address(const std::string& address) {
-  OVIMUX_LOG(kWarning) << "this machine has a new network address, " << address
-                       << ": peers on other machines that need it reach this process only after a restart";
+template <typename Listener>
+EntityState* state_of(const std::shared_ptr<Listener>& listener) {
+  return dynamic_cast<EntityState*>(listener.get());
+}
+
+template <typename Endpoints>
+void silence(const Endpoints& endpoints) {
+  for (const auto& [handle, endpoint] : endpoints) {
+    if (endpoint->entity != nullptr) {
+      endpoint->entity->set_listener(nullptr);
+    }
+  }
+}
+
+template <typename Endpoints>
+void forget_entities(const Endpoints& endpoints) {
+  for (const auto& [handle, endpoint] : endpoints) {
+    endpoint->entity = nullptr;
+    if (auto* const state = state_of(endpoint->listener)) {
+      state->on_entity_gone();
+    }
+  }
+}
+
+// Waits for the writes under way, and lets none begin.
+template <typename Writers>
+std::vector<std::unique_lock<std::mutex>> hold(const Writers& writers) {
+  std::vector<std::unique_lock<std::mutex>> held;
+  held.reserve(writers.size());
+  for (const auto& [handle, writer] : writers) {
+    held.emplace_back(writer->mutex);
+  }
+  return held;
+}
+
+// On the thread of the address watch.
+bool renew_for(const std::string& addresses) {
+  OVIMUX_LOG(kWarning) << "this machine has a new network address, " << addresses
+                       << ": connecting to all peers anew, requests under way end in a time-out";
+  return DDSNodeFactory::Instance()->Renew();
 }
 
 }  // namespace
 
 bool DDSNodeFactory::Entities::open() {
-  if (participant != nullptr || closed) {
-    return !closed;
-  }
-  factory = DomainParticipantFactory::get_shared_instance();
-  make_dds_statics();
-  register_exit_handler();
-  participant = create_participant(*factory);
-  if (participant == nullptr) {
+  if (closed) {
     return false;
   }
-  for (const bool large : {false, true}) {
-    TypeSupport(new EnvelopeType(large)).register_type(participant);
+  if (!domain.is_open() && !address_watch && !participant_settings().localhost_only) {
+    address_watch = std::make_unique<AddressWatch>(renew_for);  // Before the addresses are read.
   }
-  publisher = participant->create_publisher(eprosima::fastdds::dds::PUBLISHER_QOS_DEFAULT);
-  subscriber = participant->create_subscriber(eprosima::fastdds::dds::SUBSCRIBER_QOS_DEFAULT);
-  warm_up();
-  if (!participant_settings().localhost_only) {
-    address_watch = std::make_unique<AddressWatch>(warn_of_new_address);
-  }
-  register_exit_handler();  // Now that Fast DDS has made its own statics, so that it closes before they are gone.
-  return publisher != nullptr && subscriber != nullptr;
+  return domain.open();
 }
 
-// Makes one writer and one reader, so that the statics which Fast DDS makes with its first endpoints exist before the
-// exit handler is registered and are destroyed after it has run. The two stay until the end: an endpoint that goes
-// while a peer is being discovered leaves a gap in what the peer is told, and a gap is only closed with the next
-// heartbeat of discovery, up to a second later. Until then the peer would not see the endpoints that came after it.
-void DDSNodeFactory::Entities::warm_up() {
-  const EndpointPolicy policy = DDSTools::PolicyOf(Qos{});
-  const std::string name = "ovimux/warm_up/" + std::to_string(GlobalData::Instance()->process_id());
-  create_writer(name, nullptr, policy);
-  create_reader(name, nullptr, policy);
+bool DDSNodeFactory::Entities::make(DataWriter& writer) {
+  writer.entity = domain.make_writer(writer.topic, writer.listener.get(), DDSTools::PolicyOf(writer.qos));
+  if (writer.entity == nullptr) {
+    return false;
+  }
+  if (auto* const state = state_of(writer.listener)) {
+    state->on_writer_made(writer.entity->guid());
+  }
+  if (writer.last_latched) {
+    writer.entity->write(&*writer.last_latched);
+  }
+  return true;
 }
 
-void DDSNodeFactory::Entities::close() {
-  closed = true;
-  address_watch.reset();
-  if (participant == nullptr) {
-    return;
-  }
-  participant->delete_contained_entities();
-  factory->delete_participant(participant);
-  participant = nullptr;
-  topics.clear();
-  readers.clear();
+bool DDSNodeFactory::Entities::make(DataReader& reader) {
+  reader.entity = domain.make_reader(reader.topic, reader.listener.get(), DDSTools::PolicyOf(reader.qos));
+  return reader.entity != nullptr;
 }
 
-Topic* DDSNodeFactory::Entities::acquire_topic(const std::string& name, bool large) {
-  const std::string type_name = EnvelopeType(large).getName();
-  auto& use = topics[name];
-  if (use.topic == nullptr) {
-    use.topic = participant->create_topic(name, type_name, eprosima::fastdds::dds::TOPIC_QOS_DEFAULT);
-  }
-  if (use.topic == nullptr || use.topic->get_type_name() != type_name) {
-    OVIMUX_LOG(kError) << "DDS topic could not be created, topic: " << name << ", type: " << type_name
-                       << (use.topic != nullptr ? ": this process uses it with the other envelope" : "");
-    if (use.users == 0) {
-      topics.erase(name);
-    }
+// Null when the handle is unknown. Nobody waits for the writer's mutex any more.
+std::shared_ptr<DataWriter> DDSNodeFactory::Entities::take(DataWriter* writer) {
+  const boost::unique_lock<boost::shared_mutex> map_lock(writer_map_mutex);
+  const auto it = writer_map.find(writer);
+  if (it == writer_map.end()) {
     return nullptr;
   }
-  ++use.users;
-  return use.topic;
+  auto taken = std::move(it->second);
+  writer_map.erase(it);
+  return taken;
 }
 
-void DDSNodeFactory::Entities::release_topic(Topic* topic) {
-  const auto it = topics.find(topic->get_name());
-  if (it != topics.end() && --it->second.users == 0) {
-    participant->delete_topic(topic);
-    topics.erase(it);
-  }
+// Deletes all that DDS has of this process. The caller holds the writers.
+void DDSNodeFactory::Entities::take_down(const Writers& writers) {
+  silence(writers);
+  silence(readers);
+  domain.close();
+  forget_entities(writers);
+  forget_entities(readers);
 }
 
-DataWriter* DDSNodeFactory::Entities::create_writer(const std::string& name, DataWriterListener* listener,
-                                                    const EndpointPolicy& policy) {
-  Topic* topic = acquire_topic(name, policy.large);
-  if (topic == nullptr) {
-    return nullptr;
+// Makes what is missing.
+bool DDSNodeFactory::Entities::bring_up() {
+  if (!open()) {
+    return false;
   }
-  auto* writer = publisher->create_datawriter(topic, make_writer_qos(policy), listener, writer_status_mask());
-  if (writer == nullptr) {
-    OVIMUX_LOG(kError) << "DDS writer could not be created, topic: " << name;
-    release_topic(topic);
+  bool whole = true;
+  for (const auto& [handle, writer] : writer_map) {
+    whole = (writer->entity != nullptr || make(*writer)) && whole;
   }
-  return writer;
-}
-
-DataReader* DDSNodeFactory::Entities::create_reader(const std::string& name, DataReaderListener* listener,
-                                                    const EndpointPolicy& policy) {
-  Topic* topic = acquire_topic(name, policy.large);
-  if (topic == nullptr) {
-    return nullptr;
+  for (const auto& [handle, reader] : readers) {
+    whole = (reader->entity != nullptr || make(*reader)) && whole;
   }
-  auto* reader = subscriber->create_datareader(topic, make_reader_qos(policy), listener, reader_status_mask());
-  if (reader == nullptr) {
-    OVIMUX_LOG(kError) << "DDS reader could not be created, topic: " << name;
-    release_topic(topic);
-    return nullptr;
-  }
-  readers[reader].topic = topic;
-  return reader;
-}
-
-void DDSNodeFactory::Entities::delete_writer(DataWriter* writer, Topic* topic) {
-  writer->set_listener(nullptr);
-  publisher->delete_datawriter(writer);
-  release_topic(topic);
-}
-
-void DDSNodeFactory::Entities::delete_reader(DataReader* reader) {
-  const auto it = readers.find(reader);
-  if (it == readers.end()) {
-    return;
-  }
-  reader->set_listener(nullptr);
-  subscriber->delete_datareader(reader);
-  release_topic(it->second.topic);
-  readers.erase(it);
+  return whole;
 }
 
 DDSNodeFactory* DDSNodeFactory::Instance(bool /*create*/) {
@@ -220,91 +193,92 @@ DDSNodeFactory::DDSNodeFactory() : entities_(new Entities) {}
 
 DataWriter* DDSNodeFactory::CreateWriter(const std::string& topic, std::shared_ptr<DataWriterListener> listener,
                                          const Qos& qos) {
+  const auto writer = std::make_shared<DataWriter>(topic, qos, std::move(listener));
   const std::lock_guard<std::mutex> lock(entities_->mutex);
-  if (!entities_->open()) {
+  if (!entities_->open() || !entities_->make(*writer)) {
     return nullptr;
   }
-  auto* writer = entities_->create_writer(topic, listener.get(), DDSTools::PolicyOf(qos));
-  if (writer != nullptr) {
-    const boost::unique_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
-    entities_->writer_map[writer] = {entities_->topics[topic].topic, std::make_shared<std::mutex>(), qos,
-                                     std::move(listener)};
-  }
-  return writer;
+  const boost::unique_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
+  entities_->writer_map[writer.get()] = writer;
+  return writer.get();
 }
 
 DataReader* DDSNodeFactory::CreateReader(const std::string& topic, std::shared_ptr<DataReaderListener> listener,
                                          const Qos& qos, const void* /*ctx*/) {
+  auto reader = std::make_unique<DataReader>(topic, qos, std::move(listener));
   const std::lock_guard<std::mutex> lock(entities_->mutex);
-  if (!entities_->open()) {
+  if (!entities_->open() || !entities_->make(*reader)) {
     return nullptr;
   }
-  auto* reader = entities_->create_reader(topic, listener.get(), DDSTools::PolicyOf(qos));
-  if (reader != nullptr) {
-    entities_->readers[reader].listener = std::move(listener);
-  }
-  return reader;
+  auto* const handle = reader.get();
+  entities_->readers[handle] = std::move(reader);
+  return handle;
 }
 
 void DDSNodeFactory::DeleteWriter(DataWriter*& writer, bool /*wait*/) {
   run_off_dds_threads([this, writer] {
-    const std::lock_guard<std::mutex> entities_lock(entities_->mutex);
-    boost::unique_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
-    const auto it = entities_->writer_map.find(writer);
-    if (it == entities_->writer_map.end()) {
+    const std::lock_guard<std::mutex> lock(entities_->mutex);
+    const auto taken = entities_->take(writer);
+    if (taken == nullptr) {
       return;
     }
-    const WriterEntry entry = it->second;
-    entities_->writer_map.erase(it);
-    map_lock.unlock();
-    const std::lock_guard<std::mutex> writer_lock(*std::get<1>(entry));  // A write under way ends first.
-    entities_->delete_writer(writer, std::get<0>(entry));
+    const std::lock_guard<std::mutex> writer_lock(taken->mutex);  // A write under way ends first.
+    if (taken->entity != nullptr) {
+      entities_->domain.remove(*taken->entity);
+    }
   });
   writer = nullptr;
 }
 
 void DDSNodeFactory::DeleteReader(DataReader*& reader, bool /*wait*/) {
   run_off_dds_threads([this, reader] {
-    std::shared_ptr<DataReaderListener> listener;  // Dies after the lock is released.
+    std::unique_ptr<DataReader> taken;  // Its listener dies after the lock is released.
     const std::lock_guard<std::mutex> lock(entities_->mutex);
-    if (const auto it = entities_->readers.find(reader); it != entities_->readers.end()) {
-      listener = it->second.listener;
-      entities_->delete_reader(reader);
+    const auto it = entities_->readers.find(reader);
+    if (it == entities_->readers.end()) {
+      return;
+    }
+    taken = std::move(it->second);
+    entities_->readers.erase(it);
+    if (taken->entity != nullptr) {
+      entities_->domain.remove(*taken->entity);
     }
   });
   reader = nullptr;
 }
 
+bool DDSNodeFactory::Renew() {
+  const std::lock_guard<std::mutex> lock(entities_->mutex);
+  if (entities_->closed || !OK() || (entities_->writer_map.empty() && entities_->readers.empty())) {
+    return true;
+  }
+  const auto held = hold(entities_->writer_map);
+  entities_->take_down(entities_->writer_map);
+  return entities_->bring_up();
+}
+
 void DDSNodeFactory::CloseAll() {
-  std::unordered_map<DataWriter*, WriterEntry> writers;
-  std::unordered_map<DataReader*, Entities::ReaderEntry> readers;
+  std::unique_ptr<AddressWatch> watch;
+  {
+    const std::lock_guard<std::mutex> lock(entities_->mutex);
+    entities_->closed = true;
+    watch.swap(entities_->address_watch);
+  }
+  watch.reset();              // Waits for a renewal under way, which needs the lock.
+  Entities::Writers writers;  // Their listeners, and those of the readers, die after the lock is released.
+  Entities::Readers readers;
   const std::lock_guard<std::mutex> lock(entities_->mutex);
   {
     const boost::unique_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
     writers.swap(entities_->writer_map);
   }
-  readers = entities_->readers;
-  std::vector<std::unique_lock<std::mutex>> writes_under_way;
-  for (auto& [writer, entry] : writers) {
-    writes_under_way.emplace_back(*std::get<1>(entry));
-    writer->set_listener(nullptr);
-  }
-  for (auto& [reader, entry] : readers) {
-    reader->set_listener(nullptr);
-  }
-  entities_->close();
+  const auto held = hold(writers);
+  entities_->take_down(writers);
+  readers.swap(entities_->readers);
 }
 
-bool DDSNodeFactory::UseWriter(DataWriter* writer, const std::function<void(DataWriter&)>& use) {
-  const boost::shared_lock<boost::shared_mutex> map_lock(entities_->writer_map_mutex);
-  if (entities_->writer_map.count(writer) == 0) {
-    return false;
-  }
-  use(*writer);
-  return true;
-}
-
-bool DDSNodeFactory::lock_writer(DataWriter* writer, WriterEntry& entry, std::unique_lock<std::mutex>& lock) {
+bool DDSNodeFactory::lock_writer(DataWriter* writer, std::shared_ptr<DataWriter>& entry,
+                                 std::unique_lock<std::mutex>& lock) {
   if (!may_send()) {
     OVIMUX_LOG(kInfo) << "DDSNodeFactory: ovimux state is shutdown";
     return false;
@@ -321,37 +295,44 @@ bool DDSNodeFactory::lock_writer(DataWriter* writer, WriterEntry& entry, std::un
   }
   entry = it->second;
   // Taken while the map is still locked, so that the writer cannot vanish in between.
-  lock = std::unique_lock<std::mutex>(*std::get<1>(entry));
+  lock = std::unique_lock<std::mutex>(entry->mutex);
   return true;
 }
 
-bool DDSNodeFactory::is_large(const WriterEntry& entry) { return std::get<2>(entry).payload_kind == kLargePayloadKind; }
-
-void DDSNodeFactory::log_start(const WriterEntry& entry, const SampleHeader& header) {
-  OVIMUX_LOG(kDebug) << (is_large(entry) ? "DDSNodeFactory: large data publish" : "64k data publish")
-                     << ", topic: " << std::get<0>(entry)->get_name() << ", index: " << header.seq
-                     << ", token: " << header.token;
+void DDSNodeFactory::log_start(const DataWriter& writer, const SampleHeader& header) {
+  OVIMUX_LOG(kDebug) << (writer.is_large() ? "DDSNodeFactory: large data publish" : "64k data publish")
+                     << ", topic: " << writer.topic << ", index: " << header.seq << ", token: " << header.token;
 }
 
 namespace {
 
-bool write_sample(DataWriter* writer, Envelope& envelope, const SampleIdentity* related) {
-  if (related == nullptr) {
-    return writer->write(&envelope);
+bool write_sample(dds::DataWriter* entity, Envelope& envelope, const SampleIdentity* related) {
+  if (entity == nullptr || related == nullptr) {
+    return entity != nullptr && entity->write(&envelope);
   }
   eprosima::fastrtps::rtps::WriteParams params;
   params.related_sample_identity(to_dds(*related));
-  return writer->write(&envelope, params);
+  return entity->write(&envelope, params);
+}
+
+// With bytes of its own: what `envelope` was written from belongs to the caller.
+void keep_if_latched(DataWriter& writer, Envelope envelope) {
+  if (!DDSTools::PolicyOf(writer.qos).latched) {
+    return;
+  }
+  envelope.raw_data.resize(static_cast<size_t>(envelope.pkg_len));
+  if (std::exchange(envelope.source, nullptr)->write_to(envelope.raw_data.data(), envelope.raw_data.size())) {
+    writer.last_latched = std::move(envelope);
+  }
 }
 
 }  // namespace
 
-bool DDSNodeFactory::publish_encoded(DataWriter* writer, const WriterEntry& entry, const SampleHeader& header,
-                                     const EncodedMessage& message) {
-  const std::string& topic = std::get<0>(entry)->get_name();
+bool DDSNodeFactory::publish_encoded(DataWriter& writer, const SampleHeader& header, const EncodedMessage& message) {
+  const std::string& topic = writer.topic;
   const auto len = static_cast<int32_t>(message.size);
-  if (len > (is_large(entry) ? kLargePayloadBound : kSmallPayloadBound)) {
-    OVIMUX_LOG(kError) << "DDSNodeFactory: write len out of " << (is_large(entry) ? "10m" : "64k")
+  if (len > (writer.is_large() ? kLargePayloadBound : kSmallPayloadBound)) {
+    OVIMUX_LOG(kError) << "DDSNodeFactory: write len out of " << (writer.is_large() ? "10m" : "64k")
                        << " bound, len: " << len << ", topic: " << topic;
     return false;
   }
@@ -378,12 +359,13 @@ bool DDSNodeFactory::publish_encoded(DataWriter* writer, const WriterEntry& entr
   OVIMUX_LOG(kDebug) << "Writer publish data, topic: " << topic << ", index: " << header.seq
                      << ", token: " << header.token << ", timestamp_sec: " << now.sec
                      << ", timestamp_nsec: " << now.nsec << ", crc: " << envelope.crc;
-  const bool written = write_sample(writer, envelope, header.related);
+  const bool written = write_sample(writer.entity, envelope, header.related);
   if (!written) {
     OVIMUX_LOG(kError) << "Writer dds publish failed, topic: " << topic << ", index: " << header.seq
                        << ", token: " << header.token << ", res: 0";
     return false;
   }
+  keep_if_latched(writer, envelope);
   OVIMUX_LOG(kDebug) << "Writer publish done, topic: " << topic << ", index: " << header.seq
                      << ", token: " << header.token << ", res: 1";
   return true;

@@ -6,6 +6,8 @@
 #include <thread>
 #include <utility>
 
+#include "core/exit_handler.hpp"
+
 namespace norvik::ovimux {
 namespace {
 
@@ -57,6 +59,9 @@ DdsThreadScope::~DdsThreadScope() { --t_listener_depth; }
 bool on_dds_thread() { return t_listener_depth > 0; }
 
 void run_off_dds_threads(std::function<void()> work) {
+  if (in_forked_child()) {
+    return;
+  }
   if (on_dds_thread()) {
     Reaper::instance().post(std::move(work));
   } else {

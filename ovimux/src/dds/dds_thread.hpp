@@ -17,7 +17,7 @@ class DdsThreadScope {
 // True inside a listener call.
 bool on_dds_thread();
 
-// Runs `work` here, or on a helper thread if the calling thread is one of DDS.
+// Runs `work` here, or on a helper thread if the calling thread is one of DDS. Not at all in a forked child.
 void run_off_dds_threads(std::function<void()> work);
 
 }  // namespace norvik::ovimux

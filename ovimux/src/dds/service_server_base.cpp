@@ -8,11 +8,13 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <utility>
 
 #include "dds/dds_thread.hpp"
 #include "dds/drain.hpp"
+#include "dds/entity_state.hpp"
 #include "dds/token.hpp"
 #include "ovimux/core/global_data.hpp"
 #include "ovimux/core/statistics.hpp"
@@ -33,6 +35,7 @@ constexpr SubListenerBase::Kind kServerKind = {"DDSServiceListener", "DDSService
 constexpr unsigned kRequestQueueDepth = 1000;
 constexpr std::chrono::seconds kReaderDiscoveryLimit{1};
 constexpr size_t kGuidPrefixSize = 12;
+constexpr size_t kMostAbsent = 100;
 
 using GuidPrefix = std::array<uint8_t, kGuidPrefixSize>;
 
@@ -57,8 +60,8 @@ Membership announce(const std::string& service, const Qos& request_qos, const st
   return Manager::Instance()->Join(attributes, proto::ROLE_TYPE_SERVER, true);
 }
 
-// Knows the processes whose reader of the responses is matched.
-class ResponseListener : public eprosima::fastdds::dds::DataWriterListener {
+// Knows the processes whose reader of the responses is matched, and those last found to have none: they are gone.
+class ResponseListener : public eprosima::fastdds::dds::DataWriterListener, public EntityState {
  public:
   void on_publication_matched(eprosima::fastdds::dds::DataWriter* /*writer*/,
                               const eprosima::fastdds::dds::PublicationMatchedStatus& status) override {
@@ -69,24 +72,49 @@ class ResponseListener : public eprosima::fastdds::dds::DataWriterListener {
       const std::lock_guard<std::mutex> lock(mutex_);
       if (status.current_count_change > 0) {
         matched_.push_back(prefix);
-      } else if (const auto it = std::find(matched_.begin(), matched_.end(), prefix); it != matched_.end()) {
+        absent_.erase(std::remove(absent_.begin(), absent_.end(), prefix), absent_.end());
+      } else if (const auto it = find(matched_, prefix); it != matched_.end()) {
         matched_.erase(it);
+        note_absent(prefix);
       }
     }
     changed_.notify_all();
   }
 
+  void on_entity_gone() override {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    matched_.clear();
+    absent_.clear();
+  }
+
+  // Once for each process: the requests that one has left behind must not hold up those of the others.
   void wait_for(const GuidPrefix& prefix) {
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait_for(lock, kReaderDiscoveryLimit, [this, &prefix] {
-      return std::find(matched_.begin(), matched_.end(), prefix) != matched_.end();
-    });
+    const auto is_known = [this, &prefix] { return has(matched_, prefix) || has(absent_, prefix); };
+    if (!changed_.wait_for(lock, kReaderDiscoveryLimit, is_known)) {
+      note_absent(prefix);
+    }
   }
 
  private:
+  using Prefixes = std::deque<GuidPrefix>;
+
+  static Prefixes::iterator find(Prefixes& among, const GuidPrefix& prefix) {
+    return std::find(among.begin(), among.end(), prefix);
+  }
+  static bool has(Prefixes& among, const GuidPrefix& prefix) { return find(among, prefix) != among.end(); }
+
+  void note_absent(const GuidPrefix& prefix) {
+    absent_.push_back(prefix);
+    if (absent_.size() > kMostAbsent) {
+      absent_.pop_front();
+    }
+  }
+
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::vector<GuidPrefix> matched_;
+  Prefixes matched_;  // A process as often as it has readers.
+  Prefixes absent_;
 };
 
 }  // namespace

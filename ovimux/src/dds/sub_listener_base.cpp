@@ -11,6 +11,7 @@
 #include "dds/dds_identity.hpp"
 #include "dds/dds_thread.hpp"
 #include "dds/endpoint_qos.hpp"
+#include "dds/entity_state.hpp"
 #include "ovimux/core/statistics.hpp"
 #include "ovimux/dds/dds_tools.hpp"
 #include "ovimux/log.hpp"
@@ -19,7 +20,6 @@
 namespace norvik::ovimux {
 namespace {
 
-using eprosima::fastdds::dds::DataReader;
 using eprosima::fastdds::dds::SampleInfo;
 using eprosima::fastrtps::types::ReturnCode_t;
 
@@ -40,15 +40,17 @@ int64_t steady_us() {
 
 }  // namespace
 
-class SubListenerBase::DdsListener : public eprosima::fastdds::dds::DataReaderListener {
+class SubListenerBase::DdsListener : public eprosima::fastdds::dds::DataReaderListener, public EntityState {
  public:
   explicit DdsListener(SubListenerBase& owner) : owner_(owner) {}
 
-  void on_data_available(DataReader* reader) override;
-  void on_subscription_matched(DataReader* reader,
+  void on_data_available(eprosima::fastdds::dds::DataReader* reader) override;
+  void on_subscription_matched(eprosima::fastdds::dds::DataReader* reader,
                                const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) override;
-  void on_sample_lost(DataReader* reader, const eprosima::fastdds::dds::SampleLostStatus& status) override;
-  void on_requested_incompatible_qos(DataReader* reader,
+  void on_entity_gone() override;
+  void on_sample_lost(eprosima::fastdds::dds::DataReader* reader,
+                      const eprosima::fastdds::dds::SampleLostStatus& status) override;
+  void on_requested_incompatible_qos(eprosima::fastdds::dds::DataReader* reader,
                                      const eprosima::fastdds::dds::RequestedIncompatibleQosStatus& status) override;
 
  private:
@@ -68,7 +70,7 @@ SubListenerBase::~SubListenerBase() { const std::lock_guard<std::mutex> lock(rec
 
 bool SubListenerBase::receives() const { return OK(); }
 
-void SubListenerBase::DdsListener::on_data_available(DataReader* reader) {
+void SubListenerBase::DdsListener::on_data_available(eprosima::fastdds::dds::DataReader* reader) {
   const DdsThreadScope dds_thread;
   if (!owner_.receives()) {
     OVIMUX_LOG(kInfo) << owner_.kind_.name << ": ovimux state is shutdown, topic: " << owner_.topic_;
@@ -77,7 +79,7 @@ void SubListenerBase::DdsListener::on_data_available(DataReader* reader) {
   owner_.receive(*reader);
 }
 
-void SubListenerBase::receive(DataReader& reader) {
+void SubListenerBase::receive(eprosima::fastdds::dds::DataReader& reader) {
   const std::lock_guard<std::mutex> lock(receive_mutex_);
   OVIMUX_LOG(kDebug) << (uses_large_envelope() ? "DDSSubSerializationListener: large data received"
                                                : kind_.small_received)
@@ -174,7 +176,7 @@ void SubListenerBase::kick() {
 }
 
 void SubListenerBase::DdsListener::on_subscription_matched(
-    DataReader* /*reader*/, const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) {
+    eprosima::fastdds::dds::DataReader* /*reader*/, const eprosima::fastdds::dds::SubscriptionMatchedStatus& status) {
   const DdsThreadScope dds_thread;
   if (!owner_.receives()) {
     OVIMUX_LOG(kInfo) << owner_.kind_.name << ": ovimux state is shutdown, topic: " << owner_.topic_;
@@ -199,7 +201,9 @@ void SubListenerBase::handle_match(int32_t current_count, int32_t change, int32_
   Statistics::Instance().on_channel_match(topic_, kind_.statistics_kind, total_count >= 1);
 }
 
-void SubListenerBase::DdsListener::on_sample_lost(DataReader* /*reader*/,
+void SubListenerBase::DdsListener::on_entity_gone() { owner_.on_match_count(0); }
+
+void SubListenerBase::DdsListener::on_sample_lost(eprosima::fastdds::dds::DataReader* /*reader*/,
                                                   const eprosima::fastdds::dds::SampleLostStatus& status) {
   const DdsThreadScope dds_thread;
   OVIMUX_LOG(kError) << owner_.kind_.name << ": on_sample_lost, topic: " << owner_.topic_ << ", total_count "
@@ -208,7 +212,8 @@ void SubListenerBase::DdsListener::on_sample_lost(DataReader* /*reader*/,
 }
 
 void SubListenerBase::DdsListener::on_requested_incompatible_qos(
-    DataReader* /*reader*/, const eprosima::fastdds::dds::RequestedIncompatibleQosStatus& status) {
+    eprosima::fastdds::dds::DataReader* /*reader*/,
+    const eprosima::fastdds::dds::RequestedIncompatibleQosStatus& status) {
   const DdsThreadScope dds_thread;
   if (status.total_count == status.total_count_change) {  // The first time only.
     OVIMUX_LOG(kWarning) << "a writer offers less than this reader requests and stays unmatched, policy: "

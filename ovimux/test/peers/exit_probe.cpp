@@ -1,13 +1,16 @@
 // A program that ends in a way that its arguments choose, as applications do: KEY=VALUE...
 //   way       return, exit, callback_exit, sigterm, stuck (returns while a writer never comes back),
-//             await_sigint, return_on_sigint (waits for the shutdown, or returns as soon as it is asked for)
+//             await_sigint, return_on_sigint (waits for the shutdown, or returns as soon as it is asked for),
+//             fork_exit, many_exits, own_sigterm, last_words (returns after what applications do besides)
 //   ending    none, shutdown, clear
 //   holder    local, static_before, static_after (before or after the middleware's start)
 //   publishes 0, 1: another thread publishes and requests until the end
 //   on_signal sleep, exit, clear: what the exit callback does
+//   renews    1: the participant is made anew again and again
 //   stderr    full: nobody reads it
 // Exit code 7.
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -15,11 +18,13 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <iostream>
 #include <map>
 #include <string>
 #include <thread>
 
 #include "ovimux/core/shutdown_tasks.hpp"
+#include "ovimux/dds/dds_node_factory.hpp"
 #include "ovimux/node.hpp"
 #include "ovimux/ovimux.hpp"
 
@@ -146,7 +151,62 @@ void fill_standard_error() {
   dup2(ends[1], STDERR_FILENO);
 }
 
+// Status 9 when the child, which has none of the threads, does not end as it wants to.
+void fork_exit() {
+  const pid_t child = fork();
+  if (child == 0) {
+    std::exit(5);
+  }
+  int status = 0;
+  for (int i = 0; i < 500 && waitpid(child, &status, WNOHANG) == 0; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 5 || !ovimux::OK()) {
+    kill(child, SIGKILL);
+    std::_Exit(9);
+  }
+}
+
+// The first one decides the status, though others come while it is still busy, more than there are exit handlers.
+void exit_many_times() {
+  new ovimux::ShutdownTask([](auto) { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });  // Lasts.
+  for (int later = 10; later < 30; ++later) {
+    std::thread([later] {
+      while (ovimux::OK()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(later));
+      std::exit(later);
+    }).detach();
+  }
+  std::exit(kExitCode);
+}
+
+// The application takes SIGTERM over when the library has it already: SIGINT, which is the library's, changes nothing.
+void take_sigterm() {
+  static std::atomic<bool> heard{false};
+  std::signal(SIGTERM, [](int) { heard = true; });
+  std::raise(SIGINT);
+  std::raise(SIGTERM);
+  if (!heard) {
+    std::_Exit(9);
+  }
+}
+
 void leave(const std::string& way, Endpoints& endpoints) {
+  if (way == "fork_exit") {
+    fork_exit();
+  }
+  if (way == "many_exits") {
+    exit_many_times();
+  }
+  if (way == "own_sigterm") {
+    take_sigterm();
+  }
+  if (way == "last_words") {
+    std::ios::sync_with_stdio(false);
+    std::cout << "last words";
+  }
   if (way == "await_sigint") {
     await_sigint();
   }
@@ -203,6 +263,14 @@ int main(int argc, char** argv) {
   }
   if (options["publishes"] == "1") {
     talk(endpoints->writer, endpoints->client);
+  }
+  if (options["renews"] == "1") {
+    std::thread([] {
+      while (true) {
+        ovimux::DDSNodeFactory::Instance()->Renew();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      }
+    }).detach();
   }
   std::this_thread::sleep_for(std::chrono::milliseconds(std::atoi(options["ms"].c_str())));
   if (options["ending"] != "none" && options["way"] != "callback_exit") {

@@ -37,10 +37,10 @@ TEST(PortWatch, TellsAPortWhoseFileWasReplaced) {
 }
 
 TEST(AddressWatch, EndsAtOnce) {
-  EXPECT_EQ(1U, usable_addresses().count("lo 127.0.0.1"));
+  EXPECT_EQ(1U, usable_addresses().count("1: lo 127.0.0.1"));
   const auto start = std::chrono::steady_clock::now();
   {
-    const AddressWatch watch([](const std::string& /*address*/) {});
+    const AddressWatch watch([](const std::string& /*addresses*/) { return true; });
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }

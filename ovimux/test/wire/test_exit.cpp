@@ -81,8 +81,28 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         std::vector<std::string>{"way=stuck", "ending=none", "holder=static_before", "ms=100"},
         std::vector<std::string>{"way=stuck", "ending=none", "holder=static_before", "ms=100", "stderr=full"},
+        std::vector<std::string>{"way=return", "ending=none", "holder=static_before", "publishes=1", "ms=200",
+                                 "renews=1"},
         std::vector<std::string>{"way=return", "ending=none", "holder=local", "publishes=1", "ms=500", "stderr=full"},
         std::vector<std::string>{"way=exit", "ending=clear", "holder=local", "publishes=1", "ms=500", "stderr=full"}));
+
+// What applications do besides, and find undisturbed.
+class OwnExits : public test::WireTest, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(OwnExits, AreTheApplicationsAffair) {
+  run_probes(2 * kRuns,
+             {std::string("way=") + GetParam(), "ending=none", "holder=static_before", "publishes=1", "ms=50"});
+}
+
+INSTANTIATE_TEST_SUITE_P(, OwnExits, ::testing::Values("fork_exit", "many_exits", "own_sigterm"),
+                         [](const auto& row) { return std::string(row.param); });
+
+using OwnStream = test::WireTest;
+TEST_F(OwnStream, IsFlushed) {
+  PeerProcess probe(OVIMUX_EXIT_PROBE,
+                    {"way=last_words", "ending=none", "holder=static_before", "publishes=1", "ms=50"});
+  EXPECT_EQ("last words", probe.read_rest(kLimit));
+}
 
 // The exit callback takes its time; the process ends when and as the callback says.
 class SignalledExits : public test::WireTest,

@@ -1,14 +1,12 @@
 // A robot of another make, on this computer, is killed and started again, whatever is on the way to it.
 //
 // OVIMUX_RESTARTS sets how often each robot is killed.
-#include <dirent.h>
-
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <random>
 #include <thread>
 
+#include "support/holdings.hpp"
 #include "support/wire_fixture.hpp"
 
 namespace norvik::ovimux {
@@ -18,6 +16,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 using test::eventually;
+using test::Holdings;
 using test::PeerProcess;
 
 constexpr seconds kBackWithin{5};
@@ -25,39 +24,6 @@ constexpr seconds kBackWithin{5};
 int restarts() {
   const char* text = std::getenv("OVIMUX_RESTARTS");
   return text != nullptr ? std::atoi(text) : 3;
-}
-
-size_t entries(const char* folder) {
-  size_t count = 0;
-  DIR* const directory = opendir(folder);
-  while (readdir(directory) != nullptr) {
-    ++count;
-  }
-  closedir(directory);
-  return count;
-}
-
-// What a process holds that a restart of its peer must not add to.
-struct Holdings {
-  size_t threads = entries("/proc/self/task");
-  size_t descriptors = entries("/proc/self/fd");
-  size_t shared_memory = mapped_shared_memory();
-
-  static size_t mapped_shared_memory() {
-    std::ifstream maps("/proc/self/maps");
-    size_t count = 0;
-    for (std::string line; std::getline(maps, line);) {
-      count += line.find("/dev/shm/") != std::string::npos ? 1 : 0;
-    }
-    return count;
-  }
-  bool within(const Holdings& limit) const {
-    return threads <= limit.threads && descriptors <= limit.descriptors && shared_memory <= limit.shared_memory;
-  }
-};
-
-std::ostream& operator<<(std::ostream& out, const Holdings& h) {
-  return out << h.threads << " threads, " << h.descriptors << " descriptors, " << h.shared_memory << " mappings";
 }
 
 // Calls a function again and again on a thread of its own.

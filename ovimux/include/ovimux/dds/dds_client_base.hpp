@@ -65,6 +65,13 @@ class OVIMUX_EXPORT DDSClientSubListenerCore : public SubListenerBase {
   MsgQueue<ClientQueueData> queue_;
 };
 
+// Servers that a client's two DDS entities are matched with, and how many have gone. The listeners write it.
+struct ClientMatchCounts {
+  std::atomic<uint32_t> pub{0};
+  std::atomic<uint32_t> sub{0};
+  std::atomic<uint32_t> lost{0};
+};
+
 // Endpoints, match counts and waiting of a client, without its message types.
 class OVIMUX_EXPORT DDSClientBase {
  public:
@@ -79,12 +86,7 @@ class OVIMUX_EXPORT DDSClientBase {
  protected:
   ~DDSClientBase();
 
-  // Makes the DDS writer and reader. `counts` outlives the listeners that write it.
-  struct MatchCounts {
-    std::atomic<uint32_t> pub{0};
-    std::atomic<uint32_t> sub{0};
-    std::atomic<uint32_t> lost{0};
-  };
+  // Makes the DDS writer and reader.
   bool open_endpoints(const std::shared_ptr<DDSClientSubListenerCore>& listener);
   void close_endpoints();
 
@@ -106,7 +108,7 @@ class OVIMUX_EXPORT DDSClientBase {
   const std::string response_topic_;
   Qos request_qos_;
   Qos response_qos_;
-  const std::shared_ptr<MatchCounts> match_counts_ = std::make_shared<MatchCounts>();
+  const std::shared_ptr<ClientMatchCounts> match_counts_ = std::make_shared<ClientMatchCounts>();
 
  private:
   bool begin_publish(unsigned& seq);

@@ -24,10 +24,11 @@ class OVIMUX_EXPORT DDSDataWriterBase {
 
   bool is_open() const { return writer_ != nullptr; }
   // Readers that get what is published now; 0 for a writer that is not open. Does not block.
-  unsigned matched_reader_count() const;
+  unsigned matched_reader_count() const { return matched_readers_->load(); }
 
  protected:
   DDSNodeFactory* const factory_;
+  const std::shared_ptr<std::atomic<unsigned>> matched_readers_ = std::make_shared<std::atomic<unsigned>>(0);
   DataWriter* writer_;
   std::atomic<uint32_t> seq_{0};
   const int token_;

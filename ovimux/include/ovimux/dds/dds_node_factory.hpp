@@ -1,11 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <tuple>
 #include <type_traits>
 
 #include "ovimux/dds/envelope.hpp"
@@ -15,22 +13,24 @@
 #include "ovimux/qos.hpp"
 
 namespace eprosima::fastdds::dds {
-class DataReader;
 class DataReaderListener;
-class DataWriter;
 class DataWriterListener;
-class Topic;
 }  // namespace eprosima::fastdds::dds
 
 namespace norvik::ovimux {
 
-using eprosima::fastdds::dds::DataReader;
 using eprosima::fastdds::dds::DataReaderListener;
-using eprosima::fastdds::dds::DataWriter;
 using eprosima::fastdds::dds::DataWriterListener;
+
+// Handles. The DDS entity behind one is replaced when the participant is made anew.
+struct DataReader;
+struct DataWriter;
 
 // Makes and deletes all DDS entities of the process, on one participant that is made with the first of them, and sends
 // samples. Safe from any thread; deleting is safe even on a DDS thread, where it is handed to another one.
+//
+// DDS tells peers the addresses that the machine had when the participant was made. So unless the process is confined
+// to this machine, the participant is made anew when a network address is added (see Renew).
 class OVIMUX_EXPORT DDSNodeFactory {
  public:
   static DDSNodeFactory* Instance(bool create = true);
@@ -46,9 +46,6 @@ class OVIMUX_EXPORT DDSNodeFactory {
   void DeleteWriter(DataWriter*& writer, bool wait);
   void DeleteReader(DataReader*& reader, bool wait);
 
-  // Calls `use` with the entity behind the handle, which stays meanwhile; false when it is gone.
-  bool UseWriter(DataWriter* writer, const std::function<void(DataWriter&)>& use);
-
   // Sends `message` in an envelope. T may be const. Samples of one writer leave in the order of the calls.
   template <typename T>
   bool Publish(DataWriter* writer, const std::shared_ptr<T>& message, unsigned seq, unsigned rpc_seq, int token,
@@ -59,12 +56,17 @@ class OVIMUX_EXPORT DDSNodeFactory {
   bool PublishReply(DataWriter* writer, const T& message, unsigned seq, unsigned rpc_seq, int token, int tid,
                     const SampleIdentity& request);
 
+  // Makes the participant and all that is on it anew, with the machine's present addresses: some 0.2 s, in which
+  // nothing is received and whoever publishes waits, then peers have to be found again. Handles and listeners stay.
+  // What is on its way is lost, and with it the answers to pending requests; the last sample of a latched writer is
+  // published again. False when DDS refused a part, which then neither sends nor receives: the next call tries again.
+  // Nothing is done before the first entity, and after a shutdown.
+  bool Renew();
+
   // Deletes every entity of the process, and refuses new ones.
   void CloseAll();
 
  private:
-  using WriterMutex = std::shared_ptr<std::mutex>;
-  using WriterEntry = std::tuple<eprosima::fastdds::dds::Topic*, WriterMutex, Qos, std::shared_ptr<DataWriterListener>>;
   struct Entities;
 
   // What the envelope of one sample needs besides the message.
@@ -85,25 +87,23 @@ class OVIMUX_EXPORT DDSNodeFactory {
   template <typename T>
   bool publish_message(DataWriter* writer, const T& message, const SampleHeader& header);
   // Steps that come before a message is looked at: shutdown, null handle, look-up. Returns with the writer locked.
-  bool lock_writer(DataWriter* writer, WriterEntry& entry, std::unique_lock<std::mutex>& lock);
-  static bool is_large(const WriterEntry& entry);
-  static void log_start(const WriterEntry& entry, const SampleHeader& header);
-  static bool publish_encoded(DataWriter* writer, const WriterEntry& entry, const SampleHeader& header,
-                              const EncodedMessage& message);
+  bool lock_writer(DataWriter* writer, std::shared_ptr<DataWriter>& entry, std::unique_lock<std::mutex>& lock);
+  static void log_start(const DataWriter& writer, const SampleHeader& header);
+  static bool publish_encoded(DataWriter& writer, const SampleHeader& header, const EncodedMessage& message);
 
   Entities* const entities_;
 };
 
 template <typename T>
 bool DDSNodeFactory::publish_message(DataWriter* writer, const T& message, const SampleHeader& header) {
-  WriterEntry entry;
+  std::shared_ptr<DataWriter> entry;  // Its mutex is what `lock` holds.
   std::unique_lock<std::mutex> lock;
   if (!lock_writer(writer, entry, lock)) {
     return false;
   }
-  log_start(entry, header);
+  log_start(*entry, header);
   const MessageSource<T> source(message);
-  return publish_encoded(writer, entry, header,
+  return publish_encoded(*entry, header,
                          {PayloadCodec<T>::byte_size(message), PayloadCodec<T>::can_encode(message), source});
 }
 

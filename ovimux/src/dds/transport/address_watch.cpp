@@ -11,6 +11,7 @@
 #include <linux/rtnetlink.h>
 
 #include <array>
+#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -19,8 +20,10 @@
 namespace norvik::ovimux {
 namespace {
 
-// News come in flocks, and an interface that comes up is not connected at once.
+// News come in flocks, and an interface that comes up is not connected at once. Somewhere they may never stop.
 constexpr int kSettleMilliseconds = 200;
+constexpr int kMostFlocks = 10;
+constexpr int kRetryMilliseconds = 1000;
 
 int open_news() {
   const int news = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
@@ -53,7 +56,7 @@ std::set<std::string> usable_addresses() {
     std::array<char, INET_ADDRSTRLEN> text{};
     if (one->ifa_addr != nullptr && one->ifa_addr->sa_family == AF_INET && (one->ifa_flags & IFF_RUNNING) != 0U) {
       inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in*>(one->ifa_addr)->sin_addr, text.data(), text.size());
-      addresses.insert(std::string(one->ifa_name) + " " + text.data());
+      addresses.insert(std::to_string(if_nametoindex(one->ifa_name)) + ": " + one->ifa_name + " " + text.data());
     }
   }
   freeifaddrs(all);
@@ -66,6 +69,7 @@ AddressWatch::AddressWatch(Report report)
     OVIMUX_LOG(kWarning) << "changes of network addresses cannot be watched";
     return;
   }
+  known_ = usable_addresses();
   try {
     thread_ = std::thread([this] { run(); });
   } catch (const std::system_error& error) {
@@ -83,25 +87,41 @@ AddressWatch::~AddressWatch() {
 }
 
 void AddressWatch::run() {
-  auto known = usable_addresses();
   while (wait_for_news()) {
-    for (const auto& address : usable_addresses()) {
-      if (known.insert(address).second) {
-        report_(address);
+    auto now = usable_addresses();
+    std::string added;
+    for (const auto& address : now) {
+      if (known_.count(address) == 0) {
+        added += (added.empty() ? "" : ", ") + address;
       }
     }
+    if (!added.empty()) {  // One that is only missing may come back, and would be what it was.
+      known_ = std::move(now);
+      report(added);
+    }
+  }
+}
+
+void AddressWatch::report(const std::string& addresses) {
+  while (!report_(addresses) && !stopped_within(kRetryMilliseconds)) {
   }
 }
 
 // False when the watch is to stop.
 bool AddressWatch::wait_for_news() const {
+  has_news_within(-1);
+  for (int flock = 0; flock < kMostFlocks && has_news_within(kSettleMilliseconds); ++flock) {
+  }
+  return !stopped_within(0);
+}
+
+// False as well, and at once, when the watch is to stop. -1 stands for ever.
+bool AddressWatch::has_news_within(int milliseconds) const {
   std::array<pollfd, 2> both = {{{stop_, POLLIN, 0}, {news_, POLLIN, 0}}};
-  poll(both.data(), both.size(), -1);
-  if (stopped_within(kSettleMilliseconds)) {
-    return false;
+  while (poll(both.data(), both.size(), milliseconds) < 0 && errno == EINTR) {
   }
   drain(news_);
-  return true;
+  return both[0].revents == 0 && both[1].revents != 0;
 }
 
 bool AddressWatch::stopped_within(int milliseconds) const {

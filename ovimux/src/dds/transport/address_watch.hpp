@@ -7,17 +7,19 @@
 
 namespace norvik::ovimux {
 
-// The IPv4 addresses of this machine's interfaces that are up and connected, each after its interface's name.
+// The IPv4 addresses of this machine's interfaces that are up and connected, as "NUMBER: INTERFACE ADDRESS". An
+// interface that is taken out and put in again has another number.
 std::set<std::string> usable_addresses();
 
-// Tells each address that this machine did not have when the watch began: an interface has another address, or came
-// later. One thread, which sleeps until the kernel has news.
+// Tells when this machine has an address that it did not have when the watch began, or told last: an interface has
+// another address, or came later. One thread, which sleeps until the kernel has news.
 class AddressWatch {
  public:
-  using Report = std::function<void(const std::string& address)>;
+  // With the new addresses. False asks to be called again in a second.
+  using Report = std::function<bool(const std::string& addresses)>;
 
-  // `report` is called on the watch's thread, once for each address. When the kernel refuses, the log says so and
-  // nothing is watched.
+  // `report` is called on the watch's thread, once the addresses have settled. When the kernel refuses, the log says so
+  // and nothing is watched.
   explicit AddressWatch(Report report);
   // Waits for a call under way.
   ~AddressWatch();
@@ -27,11 +29,14 @@ class AddressWatch {
  private:
   void run();
   bool wait_for_news() const;
+  bool has_news_within(int milliseconds) const;
   bool stopped_within(int milliseconds) const;
+  void report(const std::string& addresses);
 
   Report report_;
   int news_ = -1;
   int stop_ = -1;
+  std::set<std::string> known_;
   std::thread thread_;
 };
 
