@@ -28,20 +28,6 @@ TEST(StatusTexts, BeginWithTheEnumeratorOfTheirValue) {
   ASSERT_EQ(sensor_type_string_map_.size(), 25U);
 }
 
-TEST(RobotStates, AreToldApartAndDestroyedThroughTheBase) {
-  const std::vector<std::shared_ptr<RobotStates>> states{std::make_shared<PoseState>(), std::make_shared<JointStates>(),
-                                                         std::make_shared<RobotStates>()};
-  for (std::size_t i = 0; i < states.size(); ++i) EXPECT_EQ(states[i]->get_type(), static_cast<int32_t>(i));
-}
-
-TEST(JointState, FromNumbersKeepsTheirOrderAndHasNoName) {
-  const JointState state(1, 2, 3, 4, 5, 6);
-  EXPECT_EQ(state.name, "");
-  EXPECT_EQ((std::vector<double>{state.position, state.velocity, state.acceleration, state.effort, state.current}),
-            (std::vector<double>{1, 2, 3, 4, 5}));
-  EXPECT_EQ(state.timestamp_ns, 6);
-}
-
 // Reads the buffer while it is destroyed: a deadlock if the buffer released records under its lock.
 struct Reentrant {
   DataBuffer<Reentrant>& buffer;

@@ -4,7 +4,6 @@
 #include <thread>
 
 #include "dds/participant.hpp"
-#include "ovimux/core/statistics.hpp"
 #include "ovimux/dds/callback_gate.hpp"
 #include "ovimux/dds/dds_tools.hpp"
 #include "support/eventually.hpp"
@@ -136,34 +135,6 @@ TEST(CallbackGate, ACallbackMayCloseItsOwnGate) {
   ASSERT_TRUE(pass);
   gate.close();
   EXPECT_FALSE(CallbackGate::Pass(gate));
-}
-
-TEST(Statistics, CountsPerChannelAndKind) {
-  auto& statistics = Statistics::Instance();
-  statistics.create_channel_statistics("unit", kReaderChannel);
-  statistics.create_channel_statistics("unit", kClientChannel);
-  statistics.on_channel_msg_recv("unit", kReaderChannel, 10, 7);
-  statistics.on_channel_msg_recv("unit", kReaderChannel, 20, 5);
-  statistics.on_channel_msg_lost("unit", kClientChannel, 3);
-  statistics.on_channel_msg_lost("unit", kClientChannel, -1);
-  statistics.on_channel_match("unit", kClientChannel, true);
-  statistics.create_channel_statistics("unit", kReaderChannel);  // A second reader keeps the counters.
-  statistics.on_channel_msg_recv("never created", kReaderChannel, 10, 7);
-  int found = 0;
-  for (const auto& channel : statistics.snapshot()) {
-    EXPECT_NE("never created", channel.name);
-    const bool reader = channel.kind == kReaderChannel;
-    if (channel.name == "unit") {
-      ++found;
-      EXPECT_EQ(reader ? 2U : 0U, channel.received);
-      EXPECT_EQ(reader ? 30U : 0U, channel.bytes);
-      EXPECT_EQ(reader ? 5 : 0, channel.last_latency_us);
-      EXPECT_EQ(reader ? 7 : 0, channel.max_latency_us);
-      EXPECT_EQ(reader ? 0U : 3U, channel.lost);
-      EXPECT_EQ(!reader, channel.matched);
-    }
-  }
-  EXPECT_EQ(2, found);
 }
 
 }  // namespace

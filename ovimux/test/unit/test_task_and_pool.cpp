@@ -17,15 +17,6 @@ using test::eventually;
 using test::Gate;
 using test::LogCapture;
 
-TEST(Task, TellsItsStateAndReportsAMissingFunction) {
-  const LogCapture log;
-  Task task;
-  EXPECT_EQ(Task::kNoFunction, task.state());
-  task.run();
-  EXPECT_EQ(Task::kIdle, task.state());
-  EXPECT_EQ((std::vector<std::string>{"No function set for task."}), log.texts(kError));
-}
-
 TEST(Task, ASecondWorkerReturnsAtOnce) {
   const LogCapture log;
   Gate gate;
