@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -18,24 +19,24 @@ class PlannerState {
     PlannerSettings settings;
   };
 
-  explicit PlannerState(PlannerSettings settings) : snapshot_{{}, std::move(settings)} {}
+  explicit PlannerState(PlannerSettings settings)
+      : snapshot_(std::make_shared<const Snapshot>(Snapshot{{}, std::move(settings)})) {}
 
-  Snapshot snapshot() const {
+  // Never changes: a change makes a new one.
+  std::shared_ptr<const Snapshot> snapshot() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return snapshot_;
   }
-  void set_scene(planning::Scene scene) {
+  // Called by one thread.
+  void replace(Snapshot snapshot) {
+    auto next = std::make_shared<const Snapshot>(std::move(snapshot));
     const std::lock_guard<std::mutex> lock(mutex_);
-    std::swap(snapshot_.scene, scene);
-  }
-  void set_settings(PlannerSettings settings) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    std::swap(snapshot_.settings, settings);
+    std::swap(snapshot_, next);
   }
 
  private:
   mutable std::mutex mutex_;
-  Snapshot snapshot_;
+  std::shared_ptr<const Snapshot> snapshot_;
 };
 
 // Where the robot stands now, as the planner sees it; on the map as far as the robot knows.

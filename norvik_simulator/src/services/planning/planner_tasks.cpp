@@ -45,7 +45,7 @@ struct PlannerTasks::Task {
   const Request& request;
   const size_t room;
   const planning::RobotState now;
-  const PlannerState::Snapshot snapshot;
+  const PlannerState::Snapshot& snapshot;
   const planning::Settings settings;
   const planning::Interrupt interrupt;
   PlannerStatus& status;
@@ -70,10 +70,10 @@ PlannerStatus PlannerTasks::run(const Request& request, size_t room) const {
     if (action == kActions.end()) {
       throw BadRequest("this kind of request is not implemented", PlannerStatus::FUNTION_NOT_IMPLEMTED);
     }
-    PlannerState::Snapshot snapshot = tools_.state.snapshot();
-    const planning::Settings settings = settings_of(request, snapshot.settings);
-    action->second({tools_, request, room, robot_now(tools_.world, tools_.planner.model()), std::move(snapshot),
-                    settings, [&stop = tools_.stop] { return stop.load(); }, status});
+    const auto snapshot = tools_.state.snapshot();
+    const planning::Settings settings = settings_of(request, snapshot->settings);
+    action->second({tools_, request, room, robot_now(tools_.world, tools_.planner.model()), *snapshot, settings,
+                    [&stop = tools_.stop] { return stop.load(); }, status});
     if (status.ByteSizeLong() > room) {
       throw BadRequest("the result does not fit into a status");
     }
@@ -92,15 +92,15 @@ PlannerStatus PlannerTasks::run(const Request& request, size_t room) const {
 }
 
 void PlannerTasks::change_settings(const Task& task) {
-  PlannerSettings settings = task.snapshot.settings;
-  settings.apply(task.request.config_setting_req());
-  task.tools.state.set_settings(std::move(settings));
+  PlannerState::Snapshot changed = task.snapshot;
+  changed.settings.apply(task.request.config_setting_req());
+  task.tools.state.replace(std::move(changed));
 }
 
 void PlannerTasks::change_objects(const Task& task) {
-  planning::Scene scene = task.snapshot.scene;
-  change_scene(task.request.common_request(), task.model(), task.now, task.tools.take_depth, scene);
-  task.tools.state.set_scene(std::move(scene));
+  PlannerState::Snapshot changed = task.snapshot;
+  change_scene(task.request.common_request(), task.model(), task.now, task.tools.take_depth, changed.scene);
+  task.tools.state.replace(std::move(changed));
 }
 
 void PlannerTasks::plan(const Task& task) {

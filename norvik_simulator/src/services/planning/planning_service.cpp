@@ -99,12 +99,12 @@ class PlanningService : public Service {
   }
 
   proto::DataResponse answer(const proto::GetDataRequest& request) {
-    return answer_data(request, planner_.model(), environment_.world.robot(), state_.snapshot().scene);
+    return answer_data(request, planner_.model(), environment_.world.robot(), state_.snapshot()->scene);
   }
 
   proto::KinematicResponse answer(const proto::KinematicRequest& request) {
     auto response =
-        answer_kinematics(request, planner_, robot_now(environment_.world, planner_.model()), state_.snapshot());
+        answer_kinematics(request, planner_, robot_now(environment_.world, planner_.model()), *state_.snapshot());
     spoil(environment_.planner_faults.take_for_answer(), response);
     return response;
   }
@@ -115,7 +115,9 @@ class PlanningService : public Service {
     reporter_.enter(PlannerStatus::SERVICE_STATUS_BUSY, id);
     PlannerStatus end = outcome(task);
     end.set_task_id(id);
-    tell_standing();
+    if (task.request.has_common_request() || task.request.has_config_setting_req()) {
+      tell_standing();
+    }
     const int times = task.fault == TaskFault::kNever ? 0 : task.fault == TaskFault::kTwice ? 2 : 1;
     for (int i = 0; i < times; ++i) {
       reporter_.end(end);
@@ -137,10 +139,10 @@ class PlanningService : public Service {
   }
 
   void tell_standing() {
-    const PlannerState::Snapshot snapshot = state_.snapshot();
+    const auto snapshot = state_.snapshot();
     PlannerStatus standing;
-    snapshot.settings.write(standing);
-    for (const auto& [name, object] : snapshot.scene.obstacles()) {
+    snapshot->settings.write(standing);
+    for (const auto& [name, object] : snapshot->scene.obstacles()) {
       standing.add_env_objs(name);
     }
     reporter_.set_standing(standing);
