@@ -1,6 +1,7 @@
 #include "service_table.hpp"
 
 #include "control/control_commands.hpp"
+#include "perception/stereo_module.hpp"
 #include "services/sensors/sensor_tables.hpp"
 #include "services/services.hpp"
 
@@ -53,6 +54,17 @@ std::vector<EndpointInfo> sensor_endpoints(const std::vector<SensorRow>& table, 
     if (row.model == robot) {
       endpoints.push_back({kOut, row.topic, type});
     }
+  }
+  return endpoints;
+}
+
+std::vector<EndpointInfo> perception_endpoints() {
+  const std::string package = "norvik.perception_proto.";
+  std::vector<EndpointInfo> endpoints = {
+      {kService, kPerceptionService, package + "ServerCommand " + package + "CommandReply"},
+      {kOut, kPerceptionStatusTopic, package + "PerceptionStatus"}};
+  for (const StereoModule& module : stereo_modules()) {
+    endpoints.push_back({kOut, module.topic, package + "DetectionResult"});
   }
   return endpoints;
 }
@@ -118,6 +130,7 @@ const std::vector<ServiceEntry>& service_table() {
         planner_service(kPlannerKinematicService, "KinematicRequest", "KinematicResponse"),
         {kOut, kPlannerStatusTopic, "norvik.kelvorn_proto.PlannerStatus"}},
        make_planning_service},
+      {"perception", {}, perception_endpoints(), make_perception_service},
       {"control", {}, {{kService, kControlService, "json json"}}, make_control_service},
   };
   return kTable;

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "live/operations.hpp"
+#include "live/perception_outcomes.hpp"
 
 namespace norvik::test {
 namespace {
@@ -41,6 +42,27 @@ An operation without *time-out* and *meanwhile* cells does not wait for arrival,
 |---|---|---|---|---|---|---|---|---|---|---|---|---|
 )";
 
+constexpr const char* kPerceptionHead = R"(
+## Perception
+
+`run_once`, `wait_for_new_result` and `get_latest_result`, one after the other, of a module that has given a result before.
+`run_once` tells that the service has answered, whatever it answered. The record is the one among the warnings and errors that
+tells why; what a result lacks is empty in the application's record, or the identity for a pose.
+
+| situation | `run_once` | `wait_for_new_result` | `get_latest_result` | record |
+|---|---|---|---|---|
+)";
+
+std::string perception_rows() {
+  std::string rows = kPerceptionHead;
+  const auto word = [](bool value) { return value ? "true" : "false"; };
+  for (const PerceptionOutcome& outcome : perception_outcomes()) {
+    rows += "| " + outcome.situation + " | " + word(outcome.run_once) + " | " + word(outcome.wait_for_new_result) +
+            " | " + word(outcome.get_latest_result) + " | " + outcome.record + " |\n";
+  }
+  return rows;
+}
+
 bool has_operation(const Setup& setup, const std::string& name) {
   for (const Operation& operation : operations_of(setup)) {
     if (operation.name == name) {
@@ -73,7 +95,7 @@ std::string make_page() {
       page += row_of(operation, setup);
     }
   }
-  return page;
+  return page + perception_rows();
 }
 
 TEST(OperationDocs, AreUpToDate) {

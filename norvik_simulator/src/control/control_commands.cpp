@@ -83,10 +83,16 @@ std::shared_ptr<const std::string> read_payload(const json& command) {
 }
 
 json set_topic_fault(Environment& environment, const json& command) {
-  static const std::map<std::string, TopicFault> kFaults = {
-      {"none", TopicFault::kNone},           {"silent", TopicFault::kSilent}, {"malformed", TopicFault::kMalformed},
-      {"drop", TopicFault::kDrop},           {"delay", TopicFault::kDelay},   {"corrupt", TopicFault::kCorrupt},
-      {"wrong_size", TopicFault::kWrongSize}};
+  static const std::map<std::string, TopicFault> kFaults = {{"none", TopicFault::kNone},
+                                                            {"silent", TopicFault::kSilent},
+                                                            {"malformed", TopicFault::kMalformed},
+                                                            {"drop", TopicFault::kDrop},
+                                                            {"delay", TopicFault::kDelay},
+                                                            {"corrupt", TopicFault::kCorrupt},
+                                                            {"wrong_size", TopicFault::kWrongSize},
+                                                            {"empty", TopicFault::kEmpty},
+                                                            {"mislabel", TopicFault::kMislabel},
+                                                            {"huge", TopicFault::kHuge}};
   const auto topic = command.at("topic").get<std::string>();
   require(has_endpoint(environment, topic, Direction::kPublishes), "unknown topic: " + topic);
   PlannedTopicFault planned;

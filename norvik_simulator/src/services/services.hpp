@@ -22,6 +22,8 @@ inline constexpr const char* kBatteryTopic = "bms";
 inline constexpr const char* kLeftCameraParameterTopic = "/cam_arm_l/meta_data/params";
 inline constexpr const char* kRightCameraParameterTopic = "/cam_arm_r/meta_data/params";
 inline constexpr const char* kUltrasonicTopic = "base_ultra";
+inline constexpr const char* kPerceptionService = "/norvik_perception/command";
+inline constexpr const char* kPerceptionStatusTopic = "/norvik_perception/status";
 inline constexpr const char* kMicrophoneTopic = "/norvik/mic";
 inline constexpr const char* kSpeakerTopic = "/norvik/spk";
 inline constexpr const char* kPlannerService = "motion_planning_service";
@@ -47,6 +49,7 @@ std::unique_ptr<Service> make_ultrasonic_service(Environment& environment);
 std::unique_ptr<Service> make_audio_service(Environment& environment);
 std::unique_ptr<Service> make_hand_service(Environment& environment);
 std::unique_ptr<Service> make_planning_service(Environment& environment);
+std::unique_ptr<Service> make_perception_service(Environment& environment);
 std::unique_ptr<Service> make_control_service(Environment& environment);
 
 // A late joiner gets the last message.

@@ -17,6 +17,7 @@ struct Pinhole {
   double centre_x() const { return (width - 1) / 2.0; }
   double centre_y() const { return (height - 1) / 2.0; }
 };
+inline constexpr double kHorizontalView = 1.4;  // rad, of every camera
 Pinhole make_pinhole(int width, int height, double horizontal_view_rad);
 
 enum class PixelKind {

@@ -5,9 +5,12 @@
 
 #include <functional>
 #include <limits>
+#include <map>
+#include <vector>
 #include <nlohmann/json.hpp>
 
 #include "norvik/core_proto/header.pb.h"
+#include "ovimux/dds/envelope.hpp"
 
 namespace norvik::simulator {
 
@@ -62,6 +65,46 @@ void fill(Message& message, const FieldDescriptor& field, T value) {
   }
 }
 
+// A list of messages somewhere in a message.
+struct List {
+  Message* owner = nullptr;
+  const FieldDescriptor* field = nullptr;
+  int length = 0;
+};
+constexpr size_t kFraming = 8;  // Bytes of a list entry beside its content, at most, with its owners' lengths.
+
+List longest_list(Message& message) {
+  const auto& reflection = *message.GetReflection();
+  std::vector<const FieldDescriptor*> fields;
+  reflection.ListFields(message, &fields);
+  List longest;
+  const auto compare = [&](const List& list) { longest = list.length > longest.length ? list : longest; };
+  for (const FieldDescriptor* field : fields) {
+    if (field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE) {
+      continue;
+    }
+    if (!field->is_repeated()) {
+      compare(longest_list(*reflection.MutableMessage(&message, field)));
+      continue;
+    }
+    const int length = reflection.FieldSize(message, field);
+    compare({&message, field, length});
+    for (int i = 0; i < length; ++i) {
+      compare(longest_list(*reflection.MutableRepeatedMessage(&message, field, i)));
+    }
+  }
+  return longest;
+}
+
+const std::map<TopicFault, void (*)(Message&)>& spoilers() {
+  static const std::map<TopicFault, void (*)(Message&)> kSpoilers = {{TopicFault::kCorrupt, corrupt},
+                                                                     {TopicFault::kWrongSize, shorten},
+                                                                     {TopicFault::kEmpty, empty},
+                                                                     {TopicFault::kMislabel, mislabel},
+                                                                     {TopicFault::kHuge, inflate}};
+  return kSpoilers;
+}
+
 }  // namespace
 
 void corrupt(Message& message) {
@@ -80,6 +123,47 @@ void shorten(Message& message) {
     change_bytes(part, field, [](const std::string& bytes) { return bytes.substr(0, bytes.size() * 2 / 3); });
   });
 }
+
+void empty(Message& message) {
+  const auto& reflection = *message.GetReflection();
+  std::vector<const FieldDescriptor*> fields;
+  reflection.ListFields(message, &fields);
+  for (const FieldDescriptor* field : fields) {
+    if (field->message_type() != core_proto::Header::descriptor()) {
+      reflection.ClearField(&message, field);
+    }
+  }
+}
+
+void mislabel(Message& message) {
+  change_fields(message, [](Message& part, const FieldDescriptor& field) {
+    if (field.name() == "encoding" || field.name() == "format") {
+      part.GetReflection()->SetString(&part, &field, "mislabelled");
+    } else if (field.name() == "rows") {
+      part.GetReflection()->SetUInt32(&part, &field, part.GetReflection()->GetUInt32(part, &field) + 1);
+    }
+  });
+}
+
+void inflate(Message& message) {
+  constexpr size_t kAlmostAll = ovimux::kLargePayloadBound - 10'000;
+  const List list = longest_list(message);
+  const size_t size = message.ByteSizeLong();
+  if (list.length == 0 || size >= kAlmostAll) {
+    return;
+  }
+  const auto& reflection = *list.owner->GetReflection();
+  const Message& pattern = reflection.GetRepeatedMessage(*list.owner, list.field, 0);
+  const size_t copies = (kAlmostAll - size) / (pattern.ByteSizeLong() + kFraming);
+  for (size_t i = 0; i < copies; ++i) {
+    auto* const copy = reflection.AddMessage(list.owner, list.field);
+    copy->CopyFrom(reflection.GetRepeatedMessage(*list.owner, list.field, 0));
+  }
+}
+
+bool spoils_content(TopicFault fault) { return spoilers().count(fault) != 0; }
+
+void spoil(Message& message, TopicFault fault) { spoilers().at(fault)(message); }
 
 std::string corrupt(const std::string& json_text) { return json_text.substr(0, json_text.size() * 2 / 3) + "\xa5{"; }
 

@@ -52,11 +52,11 @@ class Publisher {
 
  private:
   static std::shared_ptr<T> damaged(const std::shared_ptr<T>& message, TopicFault fault) {
-    if (fault != TopicFault::kCorrupt && fault != TopicFault::kWrongSize) {
+    if (!spoils_content(fault)) {
       return message;
     }
     auto copy = std::make_shared<T>(*message);
-    fault == TopicFault::kCorrupt ? corrupt(*copy) : shorten(*copy);
+    spoil(*copy, fault);
     return copy;
   }
 

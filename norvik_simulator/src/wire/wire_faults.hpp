@@ -11,7 +11,7 @@
 namespace norvik::simulator {
 
 enum class ReplyFault { kNone, kReject, kDelay, kLose, kDuplicate };
-enum class TopicFault { kNone, kSilent, kMalformed, kDrop, kDelay, kCorrupt, kWrongSize };
+enum class TopicFault { kNone, kSilent, kMalformed, kDrop, kDelay, kCorrupt, kWrongSize, kEmpty, kMislabel, kHuge };
 
 struct PlannedReplyFault {
   ReplyFault fault = ReplyFault::kNone;

@@ -17,8 +17,7 @@ using sensor_proto::CameraInfo;
 using sensor_proto::CompressedImage;
 
 constexpr double kInfoHertz = 5.0;
-constexpr double kHorizontalView = 1.4;  // rad
-constexpr uint32_t kDepthUnits = 1000;   // Pixel values of one metre.
+constexpr uint32_t kDepthUnits = 1000;  // Pixel values of one metre.
 
 std::shared_ptr<CameraInfo> make_info(const Pinhole& camera, const char* frame, const core_proto::Timestamp& stamp,
                                       uint32_t seq) {
