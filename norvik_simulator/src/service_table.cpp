@@ -118,6 +118,7 @@ const std::vector<ServiceEntry>& service_table() {
         planner_service(kPlannerKinematicService, "KinematicRequest", "KinematicResponse"),
         {kOut, kPlannerStatusTopic, "norvik.kelvorn_proto.PlannerStatus"}},
        make_planning_service},
+      {"observer", {}, {}, make_observer_service},
       {"control", {}, {{kService, kControlService, "json json"}}, make_control_service},
   };
   return kTable;
