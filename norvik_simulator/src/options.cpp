@@ -52,6 +52,10 @@ void declare_sensor_options(CLI::App& app, SensorSettings& sensors) {
       ->check(CLI::Range(0.1, 60.0))
       ->capture_default_str();
   app.add_flag("--infrared", sensors.infrared, "The arm cameras start in infrared mode");
+  app.add_option(
+      "--observer-camera", sensors.observer_prefix,
+      "Look at the robot from outside: a picture every second in PREFIX0000.png and so on, the last 100; more "
+      "on control op observe");
   app.add_option("--speaker-folder", sensors.speaker_folder, "Write what the speaker plays there, a WAV file a stream")
       ->check(CLI::ExistingDirectory);
 }
@@ -69,6 +73,8 @@ void declare_options(CLI::App& app, Options& options) {
       ->capture_default_str();
   app.add_option("--rate", options.rate, "Steps and reports per second")
       ->check(CLI::Range(1.0, 2000.0))
+      ->capture_default_str();
+  app.add_option("--seed", options.seed, "Other than 0: moves and turns the things on the tables a little")
       ->capture_default_str();
   declare_sensor_options(app, options.sensors);
   app.add_option("--faults", options.faults_file, "JSON list of control commands, each with an optional \"at_s\"");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -11,6 +12,7 @@ namespace norvik::simulator {
 struct Options {
   RobotOptions robot;
   double rate = 100.0;
+  uint64_t seed = 0;  // Moves the things that can be grasped; 0 leaves them at their places.
   SensorSettings sensors;
   std::string faults_file;
   std::optional<std::string> control;  // A command for a running simulator: send it, print the answer, end.

@@ -131,6 +131,7 @@ const std::vector<ServiceEntry>& service_table() {
         {kOut, kPlannerStatusTopic, "norvik.kelvorn_proto.PlannerStatus"}},
        make_planning_service},
       {"perception", {}, perception_endpoints(), make_perception_service},
+      {"observer", {}, {}, make_observer_service},
       {"control", {}, {{kService, kControlService, "json json"}}, make_control_service},
   };
   return kTable;

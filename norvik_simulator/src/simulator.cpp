@@ -12,15 +12,16 @@ namespace norvik::simulator {
 
 Simulator::Simulator(const Options& options, std::unique_ptr<ovimux::Node> node, RobotModel robot,
                      Kinematics kinematics, FaultPlan faults)
-    : world_(std::move(robot), std::move(kinematics)),
+    : world_(std::move(robot), std::move(kinematics), options.seed),
       sensors_(options.sensors),
       infrared_{sensors_.infrared, sensors_.infrared},
       speaker_(sensors_.speaker_folder),
+      observer_(!sensors_.observer_prefix.empty()),
       node_(std::move(node)),
       endpoints_(endpoints_of(options.robot.model)),
       pace_(options.rate),
-      environment_{world_,   wire_faults_, planner_faults_, delays_,    *node_,
-                   sensors_, infrared_,    speaker_,        endpoints_, pace_},
+      environment_{world_,    wire_faults_, planner_faults_, delays_,    *node_, sensors_,
+                   infrared_, speaker_,     observer_,       endpoints_, pace_},
       fault_plan_(std::move(faults)) {
   for (const ServiceEntry* entry : services_of(options.robot.model)) {
     services_.push_back(entry->make(environment_));

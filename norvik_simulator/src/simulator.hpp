@@ -35,6 +35,7 @@ class Simulator {
   const SensorSettings sensors_;
   InfraredMode infrared_;
   Speaker speaker_;
+  Observer observer_;
   std::unique_ptr<ovimux::Node> node_;
   const std::vector<EndpointInfo> endpoints_;
   Pace pace_;

@@ -452,6 +452,8 @@ TEST(World, EndEffectorTargetIsReached) {
 TEST(World, GripperStopsAtAnObjectAndCupHolds) {
   const auto world = make_world();
   ASSERT_TRUE(world->set_object("left_gripper", 30.0));
+  ASSERT_TRUE(world->set_object("left_suction_cup", 1.0));
+  EXPECT_FALSE(world->set_object("left_arm", 1.0));
   proto::TavrinoXTarget target;
   auto& gripper = add_group(target, "left_gripper", {0.0}, 0.0);
   gripper.mutable_group_commands(0)->mutable_joint_commands(0)->set_velocity(10.0);

@@ -145,7 +145,26 @@ json set_positions(Environment& environment, const json& command) {
 json place_object(Environment& environment, const json& command) {
   const auto group = command.at("group").get<std::string>();
   const auto width = command.at("width_mm").get<double>();
-  require(environment.world.set_object(group, width), "no gripper: " + group);
+  require(environment.world.set_object(group, width), "no gripper and no suction cup: " + group);
+  return {};
+}
+
+json place_thing(Environment& environment, const json& command) {
+  const auto name = command.at("name").get<std::string>();
+  const auto things = environment.world.things();
+  require(std::any_of(things.begin(), things.end(), [&](const Thing& thing) { return thing.name == name; }),
+          "unknown thing: " + printable_name(name));
+  const auto z = command.count("z") != 0 ? std::optional<double>(command["z"].get<double>()) : std::nullopt;
+  const bool placed = environment.world.place_thing(name, command.at("x").get<double>(), command.at("y").get<double>(),
+                                                    z, command.value("yaw", 0.0));
+  require(placed, "the place is not within 100 m");
+  return {};
+}
+
+json observe(Environment& environment, const json& command) {
+  const auto file = command.at("file").get<std::string>();
+  require(environment.observer.ask(file),
+          "the simulator was started without --observer-camera, or is busy with others");
   return {};
 }
 
@@ -206,6 +225,20 @@ json open_tasks(const WorldState& state) {
   return open;
 }
 
+json describe_things(const WorldState& state) {
+  json things = json::object();
+  for (const Thing& thing : state.things) {
+    double x, y, z, w;
+    thing.pose.M.GetQuaternion(x, y, z, w);
+    things[thing.name] = {{"frame", "map"},
+                          {"position", {thing.pose.p.x(), thing.pose.p.y(), thing.pose.p.z()}},
+                          {"orientation", {x, y, z, w}},
+                          {"size", {thing.size.x(), thing.size.y(), thing.size.z()}},
+                          {"held_by", thing.held_by}};
+  }
+  return things;
+}
+
 json describe(Environment& environment, const json& /*command*/) {
   const WorldState state = environment.world.state();
   json errors = json::object();
@@ -223,6 +256,7 @@ json describe(Environment& environment, const json& /*command*/) {
       {"tasks", {{"wbc", describe_progress(state.wbc_progress)}}},
       {"open_tasks", open_tasks(state)},
       {"base", {{"x", pose.x}, {"y", pose.y}, {"yaw", pose.yaw}, {"vx", twist.vx}, {"vy", twist.vy}, {"wz", twist.wz}}},
+      {"things", describe_things(state)},
       {"errors", errors},
       {"controllers", state.controllers},
       {"emergency_stop", state.emergency_stop},
@@ -244,6 +278,8 @@ const std::map<std::string, Operation>& operations() {
       {"freeze", freeze},
       {"set_positions", set_positions},
       {"place_object", place_object},
+      {"place_thing", place_thing},
+      {"observe", observe},
       {"clear", clear},
       {"crash", crash},
       {"state", describe},

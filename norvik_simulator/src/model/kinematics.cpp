@@ -6,6 +6,7 @@
 #include <kdl/chain.hpp>
 #include <kdl/chainiksolverpos_lma.hpp>
 
+#include "model/urdf_body.hpp"
 #include "model/urdf_tree.hpp"
 
 namespace norvik::simulator {
@@ -47,11 +48,12 @@ std::optional<Kinematics> Kinematics::load(const RobotModel& robot, const std::s
   Kinematics kinematics;
   kinematics.tree_ = make_kdl_tree(*model);
   kinematics.root_ = model->getRoot()->name;
+  kinematics.body_ = read_body(*model);
   for (const auto& [name, joint] : model->joints_) {
     if (joint->type == urdf::Joint::FIXED) {
       continue;
     }
-    if (!kinematics.add_joint(name, robot, limits_of(*joint))) {
+    if (!kinematics.add_joint(name, joint->child_link_name, robot, limits_of(*joint))) {
       error = robot.urdf_file + ": joint " + name + " belongs to no group or has no speed limit";
       return std::nullopt;
     }
@@ -59,7 +61,8 @@ std::optional<Kinematics> Kinematics::load(const RobotModel& robot, const std::s
   return kinematics;
 }
 
-bool Kinematics::add_joint(const std::string& urdf_joint, const RobotModel& robot, const JointLimits& limits) {
+bool Kinematics::add_joint(const std::string& urdf_joint, const std::string& link, const RobotModel& robot,
+                           const JointLimits& limits) {
   const auto renamed = robot.urdf_to_wire_joint.find(urdf_joint);
   const std::string name = renamed == robot.urdf_to_wire_joint.end() ? urdf_joint : renamed->second;
   const GroupModel* group = group_of(robot, name);
@@ -67,7 +70,8 @@ bool Kinematics::add_joint(const std::string& urdf_joint, const RobotModel& robo
     return false;
   }
   const double scale = group->kind == GroupKind::kGripper ? kMillimetresPerMetre : 1.0;
-  joints_[urdf_joint] = {name, group->name, scale, {limits.lower * scale, limits.upper * scale, limits.speed * scale}};
+  joints_[urdf_joint] = {
+      name, group->name, scale, {limits.lower * scale, limits.upper * scale, limits.speed * scale}, link};
   return true;
 }
 
@@ -78,6 +82,15 @@ std::optional<JointLimits> Kinematics::limits(const std::string& joint) const {
     }
   }
   return std::nullopt;
+}
+
+std::string Kinematics::link_of(const std::string& joint) const {
+  for (const auto& [urdf_name, wire] : joints_) {
+    if (wire.name == joint) {
+      return wire.link;
+    }
+  }
+  return "";
 }
 
 double Kinematics::urdf_position(const std::string& urdf_joint, const JointPositions& positions) const {

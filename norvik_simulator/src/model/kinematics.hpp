@@ -7,6 +7,7 @@
 #include <kdl/frames.hpp>
 #include <kdl/tree.hpp>
 
+#include "model/body_part.hpp"
 #include "model/robot_model.hpp"
 
 namespace norvik::simulator {
@@ -31,6 +32,11 @@ class Kinematics {
   bool has_link(const std::string& link) const { return tree_.getSegment(link) != tree_.getSegments().end(); }
   // The joint group that moves a link last; empty when no joint does, or there is no such link.
   std::string moving_group(const std::string& link) const;
+  // The link that a joint moves, told by its wire name; empty for a joint that is not in the URDF.
+  std::string link_of(const std::string& joint) const;
+
+  // The pieces that the robot's body is drawn of.
+  const std::vector<BodyPart>& body() const { return body_; }
 
   std::vector<LinkTransform> fixed_transforms() const;
   std::vector<LinkTransform> moving_transforms(const JointPositions& positions) const;
@@ -53,7 +59,8 @@ class Kinematics {
   double urdf_position(const std::string& urdf_joint, const JointPositions& positions) const;
   std::vector<std::string> group_joints_before(const std::string& link, std::string& first_link) const;
   std::vector<LinkTransform> transforms(bool moving, const JointPositions& positions) const;
-  bool add_joint(const std::string& urdf_joint, const RobotModel& robot, const JointLimits& limits);
+  bool add_joint(const std::string& urdf_joint, const std::string& link, const RobotModel& robot,
+                 const JointLimits& limits);
 
   // A joint of the URDF as the wire knows it.
   struct WireJoint {
@@ -61,9 +68,11 @@ class Kinematics {
     std::string group;
     double units_per_urdf_unit;
     JointLimits limits;
+    std::string link;  // That it moves.
   };
   KDL::Tree tree_;
   std::string root_;
+  std::vector<BodyPart> body_;
   std::map<std::string, WireJoint> joints_;  // By URDF name.
 };
 

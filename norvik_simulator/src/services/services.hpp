@@ -50,6 +50,7 @@ std::unique_ptr<Service> make_audio_service(Environment& environment);
 std::unique_ptr<Service> make_hand_service(Environment& environment);
 std::unique_ptr<Service> make_planning_service(Environment& environment);
 std::unique_ptr<Service> make_perception_service(Environment& environment);
+std::unique_ptr<Service> make_observer_service(Environment& environment);
 std::unique_ptr<Service> make_control_service(Environment& environment);
 
 // A late joiner gets the last message.

@@ -23,10 +23,10 @@ Pinhole make_pinhole(int width, int height, double horizontal_view_rad);
 enum class PixelKind {
   kColour,    // 8 bit blue, green, red
   kDepth,     // 16 bit millimetres along the optical axis; 0 where there is nothing, or too far away
-  kInfrared,  // 8 bit: how much of the camera's own light comes back
+  kInfrared,  // 8 bit: how much of the camera's own light comes back, from surfaces with a grain
 };
 
-// What a camera at `pose` (optical frame in the odometry frame) sees of the scene.
+// What a camera at `pose` (optical frame on the map) sees of the scene. In colour, edges are smoothed.
 cv::Mat take_picture(Scene& scene, const Pinhole& camera, const KDL::Frame& pose, PixelKind kind);
 
 // Puts the time into a colour picture: 64 squares along the upper edge hold its bits, the highest first, white for 1;

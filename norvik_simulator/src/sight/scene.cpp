@@ -3,6 +3,7 @@
 #include <embree3/rtcore.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <stdexcept>
 
@@ -27,6 +28,22 @@ Mesh mesh_of(const BodyPart& part) {
     default:
       return box_mesh(part.size);
   }
+}
+
+// The number of the cell of a grid that a coordinate lies in. Rounding down takes a call, cutting off does not.
+int64_t cell(double coordinate, double size) {
+  constexpr double kFarthest = 1024.0;  // m; a multiple of all sizes, in an even number of times.
+  return static_cast<int64_t>((coordinate + kFarthest) / size);
+}
+
+// 0 to 1, as if at random, for each cube of a lattice.
+float noise(const std::array<int64_t, 3>& cube, uint64_t salt) {
+  uint64_t hash = salt;
+  for (const int64_t side : cube) {
+    hash = (hash ^ static_cast<uint64_t>(side)) * 0x9E3779B97F4A7C15U;
+    hash ^= hash >> 29U;
+  }
+  return static_cast<float>(hash >> 40U) / static_cast<float>(1U << 24U);
 }
 
 // Rays that begin inside a part of the robot leave it.
@@ -211,10 +228,16 @@ std::optional<size_t> Scene::thing(uint32_t body) const {
 
 cv::Vec3b Scene::colour(uint32_t body, const KDL::Vector& point) const {
   const cv::Vec3b& colour = core_->solids[body].colour;
-  const bool dark_tile =
-      body == kFloor &&
-      (std::lround(std::floor(point.x() / kTile)) + std::lround(std::floor(point.y() / kTile))) % 2 != 0;
+  const bool dark_tile = body == kFloor && (cell(point.x(), kTile) + cell(point.y(), kTile)) % 2 != 0;
   return dark_tile ? cv::Vec3b(colour[0] / 2, colour[1] / 2, colour[2] / 2) : colour;
+}
+
+float Scene::grain(uint32_t body, const KDL::Vector& point, float size) const {
+  // A power of two, so that two eyes see the same grains from distances that differ a little.
+  const double cube = std::ldexp(1.0, std::ilogb(size) + 1);
+  const KDL::Vector own = core_->solids[body].pose.Inverse(point);
+  // No surface lies on a face of the cubes, which would flicker.
+  return noise({cell(own.x() + 0.00137, cube), cell(own.y() + 0.00137, cube), cell(own.z() + 0.00137, cube)}, body);
 }
 
 }  // namespace norvik::simulator

@@ -51,6 +51,8 @@ class Scene {
   std::optional<size_t> thing(uint32_t body) const;
   // Blue, green, red, as the body looks at that point under full light.
   cv::Vec3b colour(uint32_t body, const KDL::Vector& point) const;
+  // 0 to 1: brightness of the grain of the body's surface, which moves with it. Grains are at least of `size` metres.
+  float grain(uint32_t body, const KDL::Vector& point, float size) const;
 
  private:
   struct Core;

@@ -13,6 +13,7 @@ struct SensorSettings {
   double lidar_hertz = 10.0;
   bool infrared = false;  // The arm cameras' mode at start-up.
   std::string speaker_folder;
+  std::string observer_prefix;  // What its files begin with; empty for no observer.
 };
 
 // Which arm cameras take infrared pictures now.

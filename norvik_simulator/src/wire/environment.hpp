@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "ovimux/node.hpp"
+#include "sight/observer.hpp"
 #include "sight/sensor_settings.hpp"
 #include "wire/delay_queue.hpp"
 #include "wire/endpoint_info.hpp"
@@ -24,6 +25,7 @@ struct Environment {
   const SensorSettings& sensors;
   InfraredMode& infrared;
   Speaker& speaker;
+  Observer& observer;
   const std::vector<EndpointInfo>& endpoints;  // Of this model.
   const Pace& pace;
 };

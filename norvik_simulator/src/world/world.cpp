@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "world/blend.hpp"
+#include "world/surroundings.hpp"
 
 namespace norvik::simulator {
 
@@ -12,6 +13,7 @@ namespace {
 namespace proto = norvik::tavrinox_proto;
 
 constexpr double kVacuum = -60.0;     // kPa
+constexpr double kLeak = -5.0;        // kPa; all that a cup reaches that touches nothing
 constexpr double kPumpSpeed = 150.0;  // kPa/s
 constexpr double kRefusalSeconds = 1.0;
 constexpr size_t kMaxRefusals = 32;
@@ -44,6 +46,26 @@ std::vector<double> rest_positions(const GroupModel& group, const std::vector<Jo
   return positions;
 }
 
+// The link that a gripper or a suction cup takes hold with; empty for other groups.
+std::string hand_link(const GroupModel& group, const Kinematics& kinematics) {
+  if (group.kind == GroupKind::kGripper) {
+    return kinematics.link_of(group.joints[0]);
+  }
+  const std::string lip = group.name + "_link";
+  return group.kind == GroupKind::kSuctionCup && kinematics.has_link(lip) ? lip : "";
+}
+
+// What things stand on.
+std::vector<Block> surfaces() {
+  std::vector<Block> blocks;
+  for (const SceneBox& box : surroundings()) {
+    if (!box.slides()) {
+      blocks.push_back({box.centre, box.size});
+    }
+  }
+  return blocks;
+}
+
 }  // namespace
 
 JointPositions WorldState::positions() const {
@@ -71,7 +93,7 @@ World::World(RobotModel robot, Kinematics kinematics, uint64_t seed)
     : robot_(std::move(robot)),
       kinematics_(std::move(kinematics)),
       chassis_(chassis_wheels(robot_)),
-      things_(make_things(seed)) {
+      things_(make_things(seed), surfaces()) {
   for (const GroupModel& group : robot_.groups) {
     if (follows_positions(group.kind)) {
       const auto limits = limits_of(group, robot_, kinematics_);
@@ -80,6 +102,9 @@ World::World(RobotModel robot, Kinematics kinematics, uint64_t seed)
       suction_cups_[group.name] = {};
     }
     controllers_[group.name] = {};
+    if (auto link = hand_link(group, kinematics_); !link.empty()) {
+      hands_.push_back({&group, std::move(link), std::nullopt});
+    }
   }
   for (const ControllerModel& controller : robot_.controllers) {
     Controller& current = controllers_[controller.group];
@@ -95,14 +120,16 @@ void World::step(double dt) {
     follower.step(dt);
   }
   chassis_.step(dt);
+  step_hands();
   step_suction_cups(dt);
+  things_.fall(dt);
   update_wbc_progress();
   drop_old_refusals();
 }
 
 void World::step_suction_cups(double dt) {
   for (auto& [name, cup] : suction_cups_) {
-    const double wanted = cup.on ? kVacuum : 0.0;
+    const double wanted = !cup.on ? 0.0 : cup.touches ? kVacuum : kLeak;
     cup.pressure += std::clamp(wanted - cup.pressure, -kPumpSpeed * dt, kPumpSpeed * dt);
   }
 }
@@ -143,7 +170,7 @@ WorldState World::state() const {
   state.base_truth = localisation_.truth(state.base_pose);
   state.map_from_odom = localisation_.origin();
   state.localisation_score = localisation_.score(state.base_pose);
-  state.things = things_;
+  state.things = things_.list();
   state.wbc_progress = wbc_progress_;
   state.errors = errors_;
   for (const auto& [group, controller] : controllers_) {
@@ -161,7 +188,7 @@ WorldState World::state() const {
 
 std::vector<Thing> World::things() const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return things_;
+  return things_.list();
 }
 
 std::vector<JointMotion> World::joints_of(const GroupModel& group) const {
@@ -194,7 +221,7 @@ GroupState World::group_state(const GroupModel& group) const {
     const SuctionState working = cup.pressure <= kVacuum ? SuctionState::kHolding : SuctionState::kBuildingUp;
     state.suction = cup.on ? working : SuctionState::kOff;
   }
-  if (const auto object = object_widths_.find(group.name); object != object_widths_.end()) {
+  if (group.kind == GroupKind::kGripper && is_blocked(group.name)) {
     const bool presses = state.joints[0].command_position < state.joints[0].position;
     const auto effort = gripper_efforts_.find(group.name);
     state.effort = presses && effort != gripper_efforts_.end() ? effort->second : 0.0;
@@ -319,14 +346,14 @@ bool World::set_position(const std::string& joint, double position) {
 bool World::set_object(const std::string& group, double width_mm) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const GroupModel* model = robot_.find_group(group);
-  if (model == nullptr || model->kind != GroupKind::kGripper || !std::isfinite(width_mm)) {
+  const bool takes = model != nullptr && (model->kind == GroupKind::kGripper || model->kind == GroupKind::kSuctionCup);
+  if (!takes || !std::isfinite(width_mm)) {
     return false;
   }
   object_widths_.erase(group);
   if (width_mm > 0.0) {
     object_widths_[group] = width_mm;
   }
-  followers_.at(group).set_obstacle(0, width_mm);
   return true;
 }
 

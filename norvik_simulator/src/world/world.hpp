@@ -12,7 +12,7 @@
 #include "model/robot_model.hpp"
 #include "norvik/tavrinox_proto/tavrinox_controller.pb.h"
 #include "norvik/tavrinox_proto/tavrinox_target.pb.h"
-#include "things/thing.hpp"
+#include "things/things.hpp"
 #include "world/chassis.hpp"
 #include "world/group_follower.hpp"
 #include "world/localisation.hpp"
@@ -94,9 +94,14 @@ class World {
   // False for an unknown joint, a joint that cannot be placed (wheels, suction cups), or a position outside its range.
   bool set_frozen(const std::string& joint, bool frozen);
   bool set_position(const std::string& joint, double position);
-  // What a gripper finds between its fingers; 0 takes it away. False for other groups.
+  // What a gripper finds between its fingers, or a suction cup before its lip, whatever lies there; 0 takes it away.
+  // False for other groups.
   bool set_object(const std::string& group, double width_mm);
   void clear_faults();
+
+  // Stands a thing upright there, on the map; without `z` on what is below. False for an unknown name or a place that
+  // is not within 100 m.
+  bool place_thing(const std::string& name, double x, double y, std::optional<double> z, double yaw);
 
   // Moves the base by `displacement`, told in its own frame, unnoticed by its odometry.
   void push_base(const PlanarPose& displacement);
@@ -117,6 +122,13 @@ class World {
   struct SuctionCup {
     bool on = false;
     double pressure = 0.0;  // kPa, relative to the room.
+    bool touches = false;
+  };
+  // What can take hold of things.
+  struct Hand {
+    const GroupModel* group;
+    std::string link;  // Of a finger, at the middle when the fingers are closed; of a cup, at its lip.
+    std::optional<Things::Contact> contact;
   };
   using Action = std::function<void()>;
   using TaskTarget = tavrinox_proto::TargetTaskTrajectory;
@@ -146,7 +158,11 @@ class World {
   GroupFollower* find_joint(const std::string& joint, size_t& index);
   JointPositions positions() const;
   std::vector<JointMotion> joints_of(const GroupModel& group) const;
+  bool is_blocked(const std::string& gripper) const;
   GroupState group_state(const GroupModel& group) const;
+  void step_hands();
+  void follow_gripper(Hand& hand, const KDL::Frame& base, const JointPositions& positions);
+  void follow_cup(Hand& hand, const KDL::Frame& base, const JointPositions& positions);
   void step_suction_cups(double dt);
   void drop_old_refusals();
   void update_wbc_progress();
@@ -158,10 +174,11 @@ class World {
   std::map<std::string, GroupFollower> followers_;  // Groups of joints that follow positions.
   std::map<std::string, SuctionCup> suction_cups_;
   std::map<std::string, double> gripper_efforts_;  // Last commanded, percent.
-  std::map<std::string, double> object_widths_;    // Millimetres, by gripper.
+  std::map<std::string, double> object_widths_;    // Millimetres, by gripper or suction cup.
   Chassis chassis_;
   Localisation localisation_;
-  std::vector<Thing> things_;
+  Things things_;
+  std::vector<Hand> hands_;
   std::map<std::string, Controller> controllers_;
   std::map<std::string, GroupError> errors_;
   struct TimedRefusal {

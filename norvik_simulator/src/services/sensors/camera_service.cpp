@@ -7,6 +7,7 @@
 #include "services/sensors/sensor_tables.hpp"
 #include "services/services.hpp"
 #include "sight/background_worker.hpp"
+#include "sight/robot_body.hpp"
 #include "wire/publisher.hpp"
 
 namespace norvik::simulator {
@@ -115,7 +116,10 @@ class Camera {
 
 class CameraService : public Service {
  public:
-  CameraService(Environment& environment, bool only_k2) : pictures_(environment.sensors.camera_hertz) {
+  CameraService(Environment& environment, bool only_k2)
+      : pictures_(environment.sensors.camera_hertz),
+        body_(environment.world.robot(), environment.world.kinematics()),
+        scene_(body_.parts()) {
     const auto& settings = environment.sensors;
     const auto model = make_pinhole(settings.picture_width, settings.picture_height, kHorizontalView);
     for (const CameraRow& row : camera_table()) {
@@ -144,6 +148,7 @@ class CameraService : public Service {
       if (camera->is_wanted()) {
         if (!moved) {
           scene_.move_to(moment.time, moment.things);
+          scene_.move_body(body_.poses(moment.base_frame(), moment.positions));
           moved = true;
         }
         camera->take(scene_, moment);
@@ -154,6 +159,7 @@ class CameraService : public Service {
   Periodic infos_{kInfoHertz};
   Periodic pictures_;
   std::vector<std::unique_ptr<Camera>> cameras_;
+  const RobotBody body_;
   Scene scene_;              // The worker's.
   BackgroundWorker worker_;  // Last: its job uses the others.
 };

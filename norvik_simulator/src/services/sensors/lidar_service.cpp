@@ -87,7 +87,7 @@ class LidarService : public Service {
 
   Periodic regular_;
   std::vector<std::unique_ptr<Lidar>> lidars_;
-  Scene scene_;              // The worker's.
+  Scene scene_;              // The worker's; without the robot's own body, which a real one filters out.
   BackgroundWorker worker_;  // Last: its job uses the others.
 };
 

@@ -24,13 +24,16 @@ struct SensorMoment {
         base(tick.state.base_truth),
         things(tick.state.things) {}
 
+  // On the map.
+  KDL::Frame base_frame() const { return {KDL::Rotation::RotZ(base.yaw), KDL::Vector(base.x, base.y, 0.0)}; }
+
   // Of a link on the map; empty for an unknown link.
   std::optional<KDL::Frame> link_pose(const Kinematics& kinematics, const std::string& link) const {
     const auto in_base = kinematics.link_pose(link, positions);
     if (!in_base) {
       return std::nullopt;
     }
-    return KDL::Frame(KDL::Rotation::RotZ(base.yaw), KDL::Vector(base.x, base.y, 0.0)) * *in_base;
+    return base_frame() * *in_base;
   }
 };
 

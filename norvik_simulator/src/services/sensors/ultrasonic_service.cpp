@@ -43,7 +43,7 @@ class UltrasonicService : public Service {
 
  private:
   TextPublisher texts_;
-  Scene scene_;
+  Scene scene_;  // Without the robot itself.
   Periodic regular_{kHertz};
 };
 
