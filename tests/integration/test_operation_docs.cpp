@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "live/navigation_operations.hpp"
 #include "live/operations.hpp"
 #include "live/perception_outcomes.hpp"
 
@@ -63,6 +64,24 @@ std::string perception_rows() {
   return rows;
 }
 
+constexpr const char* kNavigationHead = R"(
+## Navigation
+
+On both models. The tasks answer with a handle; its message is in the cells.
+
+- *refused*: a wrong argument; nothing is sent.
+- *not working*: the service has not been heard. Boxes of the world model have a service of their own.
+- *refused once*, *refused always*: by the service, which is asked again up to four times. To settings it is not: their
+  answer is looked at for its id only.
+- *no reply*: lost.
+- *arrives*, *time-out*: the blocking form; the service's own time-out is over before that of `navigate_to_goal_v2`.
+- *stopped meanwhile*: another thread calls `stop_navigation`.
+- *overridden*: another program gives the robot a task. `SUCCESS` is no arrival there.
+
+| operation | accepted | refused | not working | refused once | refused always | no reply | arrives | time-out | stopped meanwhile | overridden |
+|---|---|---|---|---|---|---|---|---|---|---|
+)";
+
 bool has_operation(const Setup& setup, const std::string& name) {
   for (const Operation& operation : operations_of(setup)) {
     if (operation.name == name) {
@@ -88,12 +107,28 @@ std::string row_of(const Operation& operation, const Setup& setup) {
   return row + "\n";
 }
 
+std::string navigation_row_of(const NavigationOperation& operation) {
+  const auto answer = [](const auto& attempt) { return attempt ? attempt->answer : ""; };
+  std::string row = "| `" + operation.name + "` |";
+  for (const std::string& cell :
+       {operation.accepted.answer, answer(operation.refused), operation.unheard, operation.refused_once.value_or(""),
+        operation.refused_always.value_or(""), answer(operation.silent), answer(operation.arrived),
+        answer(operation.timed_out), answer(operation.stopped), answer(operation.overridden)}) {
+    row += " " + cell + " |";
+  }
+  return row + "\n";
+}
+
 std::string make_page() {
   std::string page = kHead;
   for (const Setup& setup : {kK2, kK2Linker, kK2Brainco}) {
     for (const Operation& operation : operations_of(setup)) {
       page += row_of(operation, setup);
     }
+  }
+  page += kNavigationHead;
+  for (const NavigationOperation& operation : navigation_operations()) {
+    page += navigation_row_of(operation);
   }
   return page + perception_rows();
 }
