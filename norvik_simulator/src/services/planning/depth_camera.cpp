@@ -54,7 +54,7 @@ DepthCloud DepthCamera::take(proto::CameraType camera, double time) {
   if (!scene_) {
     scene_ = std::make_unique<Scene>();
   }
-  scene_->move_to(time);
+  scene_->move_to(time, state.things);
   const PlanarPose& base = state.base_truth;
   const KDL::Frame on_map(KDL::Rotation::RotZ(base.yaw), KDL::Vector(base.x, base.y, 0.0));
   return {row->link, points_of(take_picture(*scene_, kLens, on_map * *in_base, PixelKind::kDepth))};
