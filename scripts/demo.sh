@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # From a fresh clone to a robot that moves: installs what is missing, builds, starts a simulated robot, and runs some of
-# the examples against it: an arm moves, the base drives, a gripper closes on an object, the cameras' pictures are saved
-# in build/demo/pictures, and at last the arm refuses a command. Ends by itself; exit status 0 only if arm, base and
-# gripper did what they were told and every camera gave a picture.
+# the examples against it: an arm goes around a box as the planner tells it and moves to a place, the base drives, a
+# gripper closes on an object, pictures are saved in build/demo/pictures, and at last the arm refuses a command. Ends by
+# itself; exit status 0 only if arm, base, gripper and planner did what they were told and every camera gave a picture.
 #
 #   ./scripts/demo.sh [--model k2|r5] [--jobs N]
 #
@@ -26,7 +26,7 @@ done
 readonly demo_dir=$PWD/build/demo
 readonly log=$demo_dir/demo.log robot_output=$demo_dir/robot.out arm_output=$demo_dir/move_arm.out
 readonly example_output=$demo_dir/example.out install_dir=$demo_dir/install
-readonly examples=(move_arm drive_base pick_with_gripper save_pictures) picture_dir=$demo_dir/pictures
+readonly examples=(move_arm drive_base pick_with_gripper save_pictures plan_around_box) picture_dir=$demo_dir/pictures
 mkdir -p "$demo_dir"
 : >"$log"
 
@@ -125,6 +125,10 @@ robot=$!
 wait_for "$robot_output" '^norvik_simulator ready' "$robot" 20 || die "the simulated robot did not start"
 cat "$robot_output" | tee -a "$log"
 
+planned=false
+mkdir -p "$picture_dir"
+run_example plan_around_box "$picture_dir" && planned=true
+
 say "Running examples/move_arm"
 : >"$arm_output"
 "$demo_dir/examples/move_arm" --until-refused >"$arm_output" 2>>"$log" &
@@ -158,6 +162,7 @@ robot=
 
 arrived=false
 grep -q '^The arm arrived' "$arm_output" && arrived=true
-say "Arm arrived: $arrived; base driven: $driven; gripper holds the object: $holds; pictures saved: $sees"
+say "Arm arrived: $arrived; base driven: $driven; gripper holds the object: $holds; pictures saved: $sees; \
+went around the box: $planned"
 say "move_arm ended with $status, the simulated robot with $robot_status. Log: $log"
-$arrived && $driven && $holds && $sees && [ "$status" -eq 0 ]
+$arrived && $driven && $holds && $sees && $planned && [ "$status" -eq 0 ]

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "live/motion_operations.hpp"
 #include "live/navigation_operations.hpp"
 #include "live/operations.hpp"
 #include "live/perception_outcomes.hpp"
@@ -82,6 +83,35 @@ On both models. The tasks answer with a handle; its message is in the cells.
 |---|---|---|---|---|---|---|---|---|---|---|
 )";
 
+constexpr const char* kMotionHead = R"(
+## Planning
+
+Every operation of `NorvikMotion`, on both models. A cell is the status, `true` or `false`, or whether the operation gave
+`values` or `nothing`; an empty one was not tried. Lists that the service told once are kept when it does not answer.
+
+- *refused*: a wrong argument; no task is sent.
+- *absent*: the planner has ended before. *lost*: it is killed while it works on the request.
+- *no reply*: no service answers any more, though all do what they are asked.
+- *not ready*: the planner says that it is starting, until the time is up. *no end*: it never tells the end of a task.
+- *failed*, *collision*: the task ends so. *start failed*: what the planner says of itself from now on.
+
+A planner that is starting for ten seconds, or says that it could not, fails `init` for good.
+
+| operation | accepted | refused | not initialised | absent | lost | no reply | not ready | no end | failed | collision | start failed |
+|---|---|---|---|---|---|---|---|---|---|---|---|
+)";
+
+std::string row_of(const MotionOperation& operation) {
+  const MotionOutcomes& o = operation.outcomes;
+  std::string row = "| `" + operation.name + "` |";
+  for (const std::string& cell :
+       {o.accepted, operation.refused ? operation.refusal : std::string(), o.uninitialised, o.absent, o.lost,
+        o.reply_lost, o.no_time, o.unended, o.failed, o.collision, o.init_failed}) {
+    row += " " + cell + " |";
+  }
+  return row + "\n";
+}
+
 bool has_operation(const Setup& setup, const std::string& name) {
   for (const Operation& operation : operations_of(setup)) {
     if (operation.name == name) {
@@ -125,6 +155,10 @@ std::string make_page() {
     for (const Operation& operation : operations_of(setup)) {
       page += row_of(operation, setup);
     }
+  }
+  page += kMotionHead;
+  for (const MotionOperation& operation : motion_operations()) {
+    page += row_of(operation);
   }
   page += kNavigationHead;
   for (const NavigationOperation& operation : navigation_operations()) {
