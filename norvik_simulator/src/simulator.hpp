@@ -35,6 +35,8 @@ class Simulator {
   const SensorSettings sensors_;
   InfraredMode infrared_;
   Speaker speaker_;
+  Navigation navigation_;
+  const std::string picture_folder_;
   std::unique_ptr<ovimux::Node> node_;
   const std::vector<EndpointInfo> endpoints_;
   Pace pace_;

@@ -71,14 +71,18 @@ TEST(CommandShape, TellsWhatIsWrongInItsOwnWords) {
       {{"op", "freeze"}, {"joints", {"a", "b"}}, {"frozen", false}},
       {{"op", "set_positions"}, {"positions", {{"a", 1}, {"b", 0.5}}}},
       {{"op", "place_object"}, {"group", "left_gripper"}, {"width_mm", 3}},
+      {{"op", "push_base"}, {"x", 0.5}, {"y", 0}, {"yaw", -0.1}},
+      {{"op", "navigation_service"}, {"status", 3}},
+      {{"op", "navigation_report"}, {"task_id", "t"}, {"status", 2}, {"message", "m"}},
+      {{"op", "draw_map"}, {"file", "a.png"}},
       {{"op", "crash"}, {"how", "abort"}},
       {{"op", "clear"}},
       {{"op", "state"}},
   };
   const json values[] = {nullptr,        true,         7,        -7,        0.5, "text", json::array(),
                          json::object(), {{"a", "b"}}, {1, "a"}, UINT64_MAX};
-  const std::set<std::string> optional = {"description", "count", "delay_ms", "share", "payload",
-                                          "repeat",      "at_s",  "frozen",   "how"};
+  const std::set<std::string> optional = {"description", "count", "delay_ms", "share", "payload", "repeat", "at_s",
+                                          "frozen",      "how",   "x",        "y",     "yaw",     "message"};
   int wrong_kinds = 0;
   for (const json& command : good) {
     SCOPED_TRACE(command.dump());

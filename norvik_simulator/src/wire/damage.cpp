@@ -3,6 +3,7 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/reflection.h>
 
+#include <algorithm>
 #include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -79,6 +80,37 @@ void shorten(Message& message) {
   change_fields(message, [](Message& part, const FieldDescriptor& field) {
     change_bytes(part, field, [](const std::string& bytes) { return bytes.substr(0, bytes.size() * 2 / 3); });
   });
+}
+
+std::string damaged_reply(const std::string& response, ReplyFault fault) {
+  constexpr size_t kCountSize = 4;
+  std::string damaged = response;
+  switch (fault) {
+    case ReplyFault::kShort:
+      damaged.resize(std::min<size_t>(damaged.size(), kCountSize - 1));
+      break;
+    case ReplyFault::kNegativeCount:
+      damaged.replace(0, kCountSize, "\xfb\xff\xff\xff", kCountSize);
+      break;
+    case ReplyFault::kHugeCount:
+      damaged.replace(0, kCountSize, "\xff\xff\xff\x7f", kCountSize);
+      break;
+    case ReplyFault::kGarbage:
+      for (size_t i = 0; i < damaged.size(); ++i) {
+        damaged[i] = static_cast<char>(i * 167 + 41);
+      }
+      break;
+    default:
+      break;
+  }
+  return damaged;
+}
+
+void mislabel(Message& message) {
+  const FieldDescriptor* field = message.GetDescriptor()->FindFieldByName("task_id");
+  if (field != nullptr && field->type() == FieldDescriptor::TYPE_STRING && !field->is_repeated()) {
+    message.GetReflection()->SetString(&message, field, "another_task");
+  }
 }
 
 std::string corrupt(const std::string& json_text) { return json_text.substr(0, json_text.size() * 2 / 3) + "\xa5{"; }

@@ -3,6 +3,8 @@
 #include <string>
 #include <google/protobuf/message.h>
 
+#include "wire/wire_faults.hpp"
+
 namespace norvik::simulator {
 
 // What a bad sensor or driver does to a message: it still parses, but what it carries is spoilt. Headers stay.
@@ -11,6 +13,11 @@ namespace norvik::simulator {
 void corrupt(google::protobuf::Message& message);
 // Cuts a third off every byte field.
 void shorten(google::protobuf::Message& message);
+
+// What is left of an answer.
+std::string damaged_reply(const std::string& response, ReplyFault fault);
+// Puts the name of another task into the field "task_id" of a message that has one.
+void mislabel(google::protobuf::Message& message);
 
 // The same for JSON text: no JSON any more, and values of the wrong types.
 std::string corrupt(const std::string& json_text);

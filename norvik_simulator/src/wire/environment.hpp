@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "navigation/navigation.hpp"
 #include "ovimux/node.hpp"
 #include "sight/sensor_settings.hpp"
 #include "wire/delay_queue.hpp"
@@ -24,8 +25,10 @@ struct Environment {
   const SensorSettings& sensors;
   InfraredMode& infrared;
   Speaker& speaker;
+  Navigation& navigation;
   const std::vector<EndpointInfo>& endpoints;  // Of this model.
   const Pace& pace;
+  const std::string& picture_folder;  // Of pictures of the map; empty for none.
 };
 
 }  // namespace norvik::simulator
