@@ -7,6 +7,8 @@
 
 #include "control/control_client.hpp"
 #include "model/model_folder.hpp"
+#include "navigation/map_file.hpp"
+#include "navigation/obstacles.hpp"
 #include "options.hpp"
 #include "ovimux/ovimux.hpp"
 #include "service_table.hpp"
@@ -113,6 +115,10 @@ int main(int argc, char** argv) {
   if (options.list) {
     print_endpoints(options.robot.model);
     return 0;
+  }
+  if (!options.save_map.empty()) {
+    const bool saved = save_map(Obstacles::of_scene(surroundings()).map(), options.save_map);
+    return saved ? 0 : complain("cannot write " + options.save_map, kFailure);
   }
   return options.control ? run_control_client(*options.control) : simulate(options);
 }

@@ -4,6 +4,8 @@
 #include <regex>
 #include <CLI/CLI.hpp>
 
+#include "navigation/map_file.hpp"
+
 namespace norvik::simulator {
 
 namespace {
@@ -60,6 +62,19 @@ void declare_sensor_options(CLI::App& app, SensorSettings& sensors) {
       ->check(CLI::ExistingDirectory);
 }
 
+void declare_map_options(CLI::App& app, Options& options) {
+  app.add_option_function<std::string>(
+         "--map", [](const std::string&) {}, "Map (YAML and PGM) that the robot drives by, in place of what it sees")
+      ->check([&options](const std::string& path) {
+        std::string error;
+        options.map = load_map(path, error);
+        return error;
+      });
+  app.add_option("--save-map", options.save_map, "Write the map of the surroundings to this YAML file, and end");
+  app.add_option("--picture-folder", options.picture_folder, "Where pictures of the map and the driven way go")
+      ->check(CLI::ExistingDirectory);
+}
+
 void declare_options(CLI::App& app, Options& options) {
   app.add_option("--model", options.robot.model, "Robot model")
       ->check(CLI::IsMember(supported_models()))
@@ -78,6 +93,7 @@ void declare_options(CLI::App& app, Options& options) {
       ->capture_default_str();
   declare_sensor_options(app, options.sensors);
   app.add_option("--faults", options.faults_file, "JSON list of control commands, each with an optional \"at_s\"");
+  declare_map_options(app, options);
   app.add_option("--control", options.control, "Send one control command to the running simulator, print its answer");
   app.add_flag("--list", options.list, "Print every topic and service of the model, one a line");
   app.add_flag("--force", options.force, "Start even where another robot serves already (status 3 otherwise)");

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "model/robot_model.hpp"
+#include "navigation/occupancy_grid.hpp"
 #include "sight/sensor_settings.hpp"
 
 namespace norvik::simulator {
@@ -15,6 +16,9 @@ struct Options {
   uint64_t seed = 0;  // Moves the things that can be grasped; 0 leaves them at their places.
   SensorSettings sensors;
   std::string faults_file;
+  std::optional<OccupancyGrid> map;    // In place of the surroundings, for the navigation.
+  std::string save_map;                // Write the map of the surroundings there, and end.
+  std::string picture_folder;          // Where pictures of the map go.
   std::optional<std::string> control;  // A command for a running simulator: send it, print the answer, end.
   bool list = false;
   bool force = false;  // Also when another robot is on the domain.

@@ -21,7 +21,11 @@ EndpointInfo tavrinox_service(const std::string& name, const std::string& reques
   return {kService, name, "norvik.tavrinox_proto." + request + " norvik.tavrinox_proto." + response};
 }
 
-EndpointInfo planner_service(const std::string& name, const std::string& request, const std::string& response) {
+EndpointInfo kelvorn(const std::string& name, const std::string& message) {
+  return {kOut, name, "norvik.kelvorn_proto." + message};
+}
+
+EndpointInfo kelvorn_service(const std::string& name, const std::string& request, const std::string& response) {
   return {kService, name, "norvik.kelvorn_proto." + request + " norvik.kelvorn_proto." + response};
 }
 
@@ -125,13 +129,36 @@ const std::vector<ServiceEntry>& service_table() {
       {"hands", {"k2"}, hand_endpoints(), make_hand_service},
       {"planning",
        {},
-       {planner_service(kPlannerService, "MotionPlanServerRequest", "MotionPlannerOutput"),
-        planner_service(kPlannerDataService, "GetDataRequest", "DataResponse"),
-        planner_service(kPlannerKinematicService, "KinematicRequest", "KinematicResponse"),
+       {kelvorn_service(kPlannerService, "MotionPlanServerRequest", "MotionPlannerOutput"),
+        kelvorn_service(kPlannerDataService, "GetDataRequest", "DataResponse"),
+        kelvorn_service(kPlannerKinematicService, "KinematicRequest", "KinematicResponse"),
         {kOut, kPlannerStatusTopic, "norvik.kelvorn_proto.PlannerStatus"}},
        make_planning_service},
       {"perception", {}, perception_endpoints(), make_perception_service},
       {"observer", {}, {}, make_observer_service},
+      {"navigation",
+       {},
+       {kelvorn_service(kPlanService, "NavigationRequest", "NavigationResponse"),
+        kelvorn_service(kPlanV2Service, "NavigationPlanRequest", "NavigationResponse"),
+        kelvorn(kNavigationStatusTopic, "NavigationResult"), kelvorn(kNavigationServiceTopic, "PNSStatus"),
+        kelvorn(kEvaluationTopic, "EvaluateGoalAvailabilityResponse")},
+       make_plan_service},
+      {"navigation_config",
+       {},
+       {kelvorn_service(kNavigationConfigService, "GetSetMotionPlanConfigRequest", "MotionPlanConfigResponse")},
+       make_navigation_config_service},
+      {"boxes",
+       {},
+       {{kService, kAddBoxService, "raw raw"},
+        {kService, kRemoveBoxService, "raw raw"},
+        {kService, kGetBoxService, "raw raw"}},
+       make_box_service},
+      {"localisation",
+       {},
+       {{kOut, kGlobalPoseTopic, "norvik.spatial_proto.PoseMsg"},
+        {kOut, kLocalisationScoreTopic, "json"},
+        {kIn, kInitialPoseTopic, "norvik.spatial_proto.PoseMsg"}},
+       make_localisation_service},
       {"control", {}, {{kService, kControlService, "json json"}}, make_control_service},
   };
   return kTable;

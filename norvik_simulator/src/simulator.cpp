@@ -17,11 +17,13 @@ Simulator::Simulator(const Options& options, std::unique_ptr<ovimux::Node> node,
       infrared_{sensors_.infrared, sensors_.infrared},
       speaker_(sensors_.speaker_folder),
       observer_(!sensors_.observer_prefix.empty()),
+      navigation_(world_, options.map),
+      picture_folder_(options.picture_folder),
       node_(std::move(node)),
       endpoints_(endpoints_of(options.robot.model)),
       pace_(options.rate),
-      environment_{world_,    wire_faults_, planner_faults_, delays_,    *node_, sensors_,
-                   infrared_, speaker_,     observer_,       endpoints_, pace_},
+      environment_{world_,   wire_faults_, planner_faults_, delays_,    *node_, sensors_,       infrared_,
+                   speaker_, observer_,    navigation_,     endpoints_, pace_,  picture_folder_},
       fault_plan_(std::move(faults)) {
   for (const ServiceEntry* entry : services_of(options.robot.model)) {
     services_.push_back(entry->make(environment_));

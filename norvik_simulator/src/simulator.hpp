@@ -36,6 +36,8 @@ class Simulator {
   InfraredMode infrared_;
   Speaker speaker_;
   Observer observer_;
+  Navigation navigation_;
+  const std::string picture_folder_;
   std::unique_ptr<ovimux::Node> node_;
   const std::vector<EndpointInfo> endpoints_;
   Pace pace_;

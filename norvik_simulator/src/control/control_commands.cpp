@@ -3,9 +3,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
 
 #include "control/command_shape.hpp"
 
@@ -56,7 +59,12 @@ json set_reply_fault(Environment& environment, const json& command) {
                                                             {"reject", ReplyFault::kReject},
                                                             {"delay", ReplyFault::kDelay},
                                                             {"lose", ReplyFault::kLose},
-                                                            {"duplicate", ReplyFault::kDuplicate}};
+                                                            {"duplicate", ReplyFault::kDuplicate},
+                                                            {"wrong_id", ReplyFault::kWrongId},
+                                                            {"short", ReplyFault::kShort},
+                                                            {"negative_count", ReplyFault::kNegativeCount},
+                                                            {"huge_count", ReplyFault::kHugeCount},
+                                                            {"garbage", ReplyFault::kGarbage}};
   const auto service = command.at("service").get<std::string>();
   require(service != kControlService && has_endpoint(environment, service, Direction::kServes),
           "unknown service: " + service);
@@ -92,7 +100,8 @@ json set_topic_fault(Environment& environment, const json& command) {
                                                             {"wrong_size", TopicFault::kWrongSize},
                                                             {"empty", TopicFault::kEmpty},
                                                             {"mislabel", TopicFault::kMislabel},
-                                                            {"huge", TopicFault::kHuge}};
+                                                            {"huge", TopicFault::kHuge},
+                                                            {"duplicate", TopicFault::kDuplicate}};
   const auto topic = command.at("topic").get<std::string>();
   require(has_endpoint(environment, topic, Direction::kPublishes), "unknown topic: " + topic);
   PlannedTopicFault planned;
@@ -168,8 +177,44 @@ json observe(Environment& environment, const json& command) {
   return {};
 }
 
+json push_base(Environment& environment, const json& command) {
+  const PlanarPose push = {command.value("x", 0.0), command.value("y", 0.0), command.value("yaw", 0.0)};
+  constexpr double kFarthest = 100.0;
+  require(std::abs(push.x) <= kFarthest && std::abs(push.y) <= kFarthest && std::abs(push.yaw) <= kFarthest,
+          "a push of more than 100 m");
+  environment.world.push_base(push);
+  return {};
+}
+
+json set_navigation_service(Environment& environment, const json& command) {
+  const auto status = command.at("status").get<int64_t>();
+  require(status >= 0 && status <= static_cast<int64_t>(ServiceStatus::kWaitJointData), "status is not within 0 and 5");
+  environment.navigation.set_service_status(static_cast<ServiceStatus>(status));
+  return {};
+}
+
+json report_navigation(Environment& environment, const json& command) {
+  const auto status = command.at("status").get<int64_t>();
+  require(status >= 0 && status <= static_cast<int64_t>(TaskStatus::kCloseToObstacle), "status is not within 0 and 7");
+  environment.navigation.report(
+      {command.at("task_id").get<std::string>(), static_cast<TaskStatus>(status), command.value("message", "")});
+  return {};
+}
+
+// Into one folder only: whoever reaches the robot may send commands.
+json draw_map(Environment& environment, const json& command) {
+  const auto file = command.at("file").get<std::string>();
+  require(!environment.picture_folder.empty(), "started without --picture-folder");
+  const std::filesystem::path name = file;
+  require(name.filename() == name && name.extension() == ".png", "file is no name that ends in .png");
+  const std::string path = std::filesystem::path(environment.picture_folder) / name;
+  require(cv::imwrite(path, environment.navigation.draw()), "cannot write " + path);
+  return {{"file", path}};
+}
+
 json clear(Environment& environment, const json& /*command*/) {
   environment.world.clear_faults();
+  environment.navigation.set_service_status(ServiceStatus::kWorking);
   environment.faults.clear();
   environment.planner_faults.clear();
   return {};
@@ -257,6 +302,7 @@ json describe(Environment& environment, const json& /*command*/) {
       {"open_tasks", open_tasks(state)},
       {"base", {{"x", pose.x}, {"y", pose.y}, {"yaw", pose.yaw}, {"vx", twist.vx}, {"vy", twist.vy}, {"wz", twist.wz}}},
       {"things", describe_things(state)},
+      {"navigation", environment.navigation.describe()},
       {"errors", errors},
       {"controllers", state.controllers},
       {"emergency_stop", state.emergency_stop},
@@ -280,6 +326,10 @@ const std::map<std::string, Operation>& operations() {
       {"place_object", place_object},
       {"place_thing", place_thing},
       {"observe", observe},
+      {"push_base", push_base},
+      {"navigation_service", set_navigation_service},
+      {"navigation_report", report_navigation},
+      {"draw_map", draw_map},
       {"clear", clear},
       {"crash", crash},
       {"state", describe},

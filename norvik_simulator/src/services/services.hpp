@@ -24,6 +24,18 @@ inline constexpr const char* kRightCameraParameterTopic = "/cam_arm_r/meta_data/
 inline constexpr const char* kUltrasonicTopic = "base_ultra";
 inline constexpr const char* kPerceptionService = "/norvik_perception/command";
 inline constexpr const char* kPerceptionStatusTopic = "/norvik_perception/status";
+inline constexpr const char* kPlanService = "/norvik/pns/navigation_plan";
+inline constexpr const char* kPlanV2Service = "/norvik/pns/navigation_plan_v2";
+inline constexpr const char* kNavigationConfigService = "/norvik/pns/get_set_config";
+inline constexpr const char* kNavigationStatusTopic = "/norvik/pns/navigation_status";
+inline constexpr const char* kNavigationServiceTopic = "/norvik/pns/status";
+inline constexpr const char* kEvaluationTopic = "/norvik/pns/evaluate_goal_availability";
+inline constexpr const char* kInitialPoseTopic = "/norvik/mes/initial_pose";
+inline constexpr const char* kLocalisationScoreTopic = "/norvik/mes/localization_score";
+inline constexpr const char* kGlobalPoseTopic = "/norvik/mes/global_pose";
+inline constexpr const char* kAddBoxService = "norvik_fusion_add_box";
+inline constexpr const char* kRemoveBoxService = "norvik_fusion_remove_box";
+inline constexpr const char* kGetBoxService = "norvik_fusion_get_box";
 inline constexpr const char* kMicrophoneTopic = "/norvik/mic";
 inline constexpr const char* kSpeakerTopic = "/norvik/spk";
 inline constexpr const char* kPlannerService = "motion_planning_service";
@@ -51,6 +63,10 @@ std::unique_ptr<Service> make_hand_service(Environment& environment);
 std::unique_ptr<Service> make_planning_service(Environment& environment);
 std::unique_ptr<Service> make_perception_service(Environment& environment);
 std::unique_ptr<Service> make_observer_service(Environment& environment);
+std::unique_ptr<Service> make_plan_service(Environment& environment);
+std::unique_ptr<Service> make_navigation_config_service(Environment& environment);
+std::unique_ptr<Service> make_box_service(Environment& environment);
+std::unique_ptr<Service> make_localisation_service(Environment& environment);
 std::unique_ptr<Service> make_control_service(Environment& environment);
 
 // A late joiner gets the last message.

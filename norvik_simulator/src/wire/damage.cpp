@@ -3,6 +3,7 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/reflection.h>
 
+#include <algorithm>
 #include <functional>
 #include <limits>
 #include <map>
@@ -164,6 +165,37 @@ void inflate(Message& message) {
 bool spoils_content(TopicFault fault) { return spoilers().count(fault) != 0; }
 
 void spoil(Message& message, TopicFault fault) { spoilers().at(fault)(message); }
+
+std::string damaged_reply(const std::string& response, ReplyFault fault) {
+  constexpr size_t kCountSize = 4;
+  std::string damaged = response;
+  switch (fault) {
+    case ReplyFault::kShort:
+      damaged.resize(std::min<size_t>(damaged.size(), kCountSize - 1));
+      break;
+    case ReplyFault::kNegativeCount:
+      damaged.replace(0, kCountSize, "\xfb\xff\xff\xff", kCountSize);
+      break;
+    case ReplyFault::kHugeCount:
+      damaged.replace(0, kCountSize, "\xff\xff\xff\x7f", kCountSize);
+      break;
+    case ReplyFault::kGarbage:
+      for (size_t i = 0; i < damaged.size(); ++i) {
+        damaged[i] = static_cast<char>(i * 167 + 41);
+      }
+      break;
+    default:
+      break;
+  }
+  return damaged;
+}
+
+void mislabel_task(Message& message) {
+  const FieldDescriptor* field = message.GetDescriptor()->FindFieldByName("task_id");
+  if (field != nullptr && field->type() == FieldDescriptor::TYPE_STRING && !field->is_repeated()) {
+    message.GetReflection()->SetString(&message, field, "another_task");
+  }
+}
 
 std::string corrupt(const std::string& json_text) { return json_text.substr(0, json_text.size() * 2 / 3) + "\xa5{"; }
 

@@ -24,6 +24,10 @@ void inflate(google::protobuf::Message& message);
 // Whether a fault befalls what a message carries, and that fault.
 bool spoils_content(TopicFault fault);
 void spoil(google::protobuf::Message& message, TopicFault fault);
+// What is left of an answer.
+std::string damaged_reply(const std::string& response, ReplyFault fault);
+// Puts the name of another task into the field "task_id" of a message that has one.
+void mislabel_task(google::protobuf::Message& message);
 
 // The same for JSON text: no JSON any more, and values of the wrong types.
 std::string corrupt(const std::string& json_text);

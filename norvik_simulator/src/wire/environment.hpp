@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "navigation/navigation.hpp"
 #include "ovimux/node.hpp"
 #include "sight/observer.hpp"
 #include "sight/sensor_settings.hpp"
@@ -26,8 +27,10 @@ struct Environment {
   InfraredMode& infrared;
   Speaker& speaker;
   Observer& observer;
+  Navigation& navigation;
   const std::vector<EndpointInfo>& endpoints;  // Of this model.
   const Pace& pace;
+  const std::string& picture_folder;  // Of pictures of the map; empty for none.
 };
 
 }  // namespace norvik::simulator

@@ -13,6 +13,10 @@ void PublisherCore::send(const PlannedTopicFault& fault, std::function<void()> p
     case TopicFault::kMalformed:
       send_garbage(*fault.payload);
       break;
+    case TopicFault::kDuplicate:
+      publish();
+      publish();
+      break;
     case TopicFault::kDelay:
       environment_.delays.run_after(fault.delay, std::move(publish));
       break;

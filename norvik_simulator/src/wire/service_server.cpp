@@ -33,8 +33,11 @@ void ServiceServerCore::handle(const ovimux::RequestContext& context, const Byte
       server_.Reply(context, response);
       server_.Reply(context, response);
       break;
+    case ReplyFault::kWrongId:
+      server_.Reply(context, handlers_.mislabel ? handlers_.mislabel(response) : response);
+      break;
     default:
-      server_.Reply(context, response);
+      server_.Reply(context, damaged_reply(response, planned.fault));
       break;
   }
 }

@@ -8,6 +8,7 @@
 
 #include "ovimux/dds/payload_codec.hpp"
 #include "ovimux/dds/service_server_base.hpp"
+#include "wire/damage.hpp"
 #include "wire/environment.hpp"
 
 namespace norvik::simulator {
@@ -19,10 +20,12 @@ class ServiceServerCore {
   struct Handlers {
     std::function<std::string(const Bytes&)> answer;
     std::function<std::string(const Bytes&)> reject;
+    // Makes an answer that of another task; none where answers do not name theirs.
+    std::function<std::string(const std::string&)> mislabel{};
   };
 
   ServiceServerCore(const std::string& service, const ovimux::RpcQos& qos, Environment& environment, Handlers handlers,
-                    const std::string& request_type);
+                    const std::string& request_type = "raw");
 
  private:
   void handle(const ovimux::RequestContext& context, const Bytes& request);
@@ -32,6 +35,9 @@ class ServiceServerCore {
   const Handlers handlers_;
   ovimux::ServiceServerBase server_;  // Last: requests arrive as soon as it exists.
 };
+
+// A service on bytes.
+using RawServiceServer = ServiceServerCore;
 
 // A service with typed messages. `handle` makes the answer to a request; `refuse` makes the one that says that a
 // request was not carried out, and why.
@@ -43,7 +49,7 @@ class ServiceServer {
 
   ServiceServer(const std::string& service, const ovimux::RpcQos& qos, Environment& environment, Handle handle,
                 Refuse refuse)
-      : core_(service, qos, environment, {make_answer(std::move(handle), refuse), make_rejection(refuse)},
+      : core_(service, qos, environment, {make_answer(std::move(handle), refuse), make_rejection(refuse), mislabelled},
               ovimux::PayloadCodec<Req>::type_name()) {}
 
  private:
@@ -57,6 +63,13 @@ class ServiceServer {
       const Resp response = parse(bytes, request) ? handle(request) : refuse(request, "malformed request");
       return response.SerializeAsString();
     };
+  }
+
+  static std::string mislabelled(const std::string& bytes) {
+    Resp response;
+    response.ParseFromString(bytes);
+    mislabel_task(response);
+    return response.SerializeAsString();
   }
 
   static auto make_rejection(Refuse refuse) {

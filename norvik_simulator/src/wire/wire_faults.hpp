@@ -10,8 +10,31 @@
 
 namespace norvik::simulator {
 
-enum class ReplyFault { kNone, kReject, kDelay, kLose, kDuplicate };
-enum class TopicFault { kNone, kSilent, kMalformed, kDrop, kDelay, kCorrupt, kWrongSize, kEmpty, kMislabel, kHuge };
+enum class ReplyFault {
+  kNone,
+  kReject,
+  kDelay,
+  kLose,
+  kDuplicate,
+  kWrongId,        // Of another task.
+  kShort,          // Its first three bytes.
+  kNegativeCount,  // -5 where the count of a list is.
+  kHugeCount,      // 2^31 - 1 there.
+  kGarbage,        // As many other bytes.
+};
+enum class TopicFault {
+  kNone,
+  kSilent,
+  kMalformed,
+  kDrop,
+  kDelay,
+  kCorrupt,
+  kWrongSize,
+  kEmpty,
+  kMislabel,
+  kHuge,
+  kDuplicate
+};
 
 struct PlannedReplyFault {
   ReplyFault fault = ReplyFault::kNone;

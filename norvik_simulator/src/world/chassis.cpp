@@ -109,6 +109,12 @@ void Chassis::stop() {
   }
 }
 
+void Chassis::stop_dead() {
+  stop();
+  by_twist_ = true;
+  twist_ = {};
+}
+
 void Chassis::step(double dt) {
   if (by_twist_) {
     step_twist(dt);

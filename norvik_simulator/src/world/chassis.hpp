@@ -25,6 +25,8 @@ class Chassis {
   void drive(const PlanarTwist& twist);
   // Brakes. The pose that it was on the way to stays what the final error is measured from.
   void stop();
+  // As a wall does.
+  void stop_dead();
   void step(double dt);
 
   // Targets and stops so far; who drives sees by them that somebody else took over.

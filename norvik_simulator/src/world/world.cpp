@@ -384,6 +384,11 @@ std::string World::drive_base(const PlanarTwist& twist, uint64_t commands) {
   return "";
 }
 
+void World::stop_base_dead() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  chassis_.stop_dead();
+}
+
 void World::clear_faults() {
   const std::lock_guard<std::mutex> lock(mutex_);
   errors_.clear();

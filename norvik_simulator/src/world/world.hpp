@@ -113,6 +113,8 @@ class World {
   // Gives the base the twist for the next step, on behalf of a driver that began when there were `commands` of others.
   // Returns why not: the base may not move, or somebody else took it over. Empty when it moves.
   std::string drive_base(const PlanarTwist& twist, uint64_t commands);
+  // It ran into something.
+  void stop_base_dead();
 
  private:
   struct Controller {
