@@ -13,7 +13,7 @@ constexpr double kTolerance = 0.02;  // radians
 
 // Seven joints of the left arm, radians; the right arm mirrors them.
 std::vector<double> both_arms(double swing, double lift, double elbow) {
-  return {swing, lift, 0.0, elbow, 0.0, 0.0, 0.0, swing, -lift, 0.0, elbow, 0.0, 0.0, 0.0};
+  return {swing, -lift, 0.0, elbow, 0.0, 0.0, 0.0, -swing, lift, 0.0, -elbow, 0.0, 0.0, 0.0};
 }
 
 TrajectoryPoint point_at(double time_from_start_s, const std::vector<double>& positions) {

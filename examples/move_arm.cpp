@@ -14,7 +14,7 @@ using namespace norvik::sdk;
 namespace {
 
 const std::vector<std::string> kLeftArm = {groups::kLeftArm};
-const std::vector<double> kTarget = {0.3, 0.4, 0.0, -0.8, 0.0, 0.3, 0.0};  // radians
+const std::vector<double> kTarget = {0.3, -0.4, 0.0, -0.8, 0.0, 0.3, 0.0};  // radians
 constexpr double kTolerance = 0.02;                                        // radians
 constexpr double kPatience = 45.0;                                         // seconds
 

@@ -8,6 +8,8 @@
 #include "planning/basis/planning_model.hpp"
 #include "planning/basis/planning_settings.hpp"
 #include "planning/basis/planning_types.hpp"
+#include "planning/collision/collision_world.hpp"
+#include "planning/motion/path_search.hpp"
 #include "planning/scene/scene.hpp"
 
 namespace norvik::simulator::planning {
@@ -30,12 +32,6 @@ struct Jacobian {
   size_t rows = 0;           // 6: linear x, y, z, angular x, y, z. 0 for an unknown link.
   size_t cols = 0;           // One for each joint of the chain that the link belongs to, chains below it left out.
   std::vector<double> data;  // Row by row.
-};
-
-// Two bodies that are too near to each other: names of links, obstacles, attached objects or tools.
-struct Contact {
-  std::string first;
-  std::string second;
 };
 
 // All goals are reached at the same time.
@@ -95,9 +91,6 @@ class Planner {
   explicit Planner(std::unique_ptr<Impl> impl);
   std::unique_ptr<Impl> impl_;
 };
-
-// Names for SamplerSettings::planner.
-std::vector<std::string> planner_names();
 
 // The same motion with `count` points (at least 2), evenly in time, linear between the points there are.
 Path resample(const Path& path, size_t count);

@@ -211,8 +211,8 @@ Outcome PlanningModel::check(const RobotState& state) const {
   return check_pose(state.base);
 }
 
-Outcome PlanningModel::check_limits(const Joints& joints) const {
-  for (size_t i = 0; i < dof_; ++i) {
+Outcome PlanningModel::check_limits(const Joints& joints, const std::vector<size_t>& indices) const {
+  for (const size_t i : indices) {
     const ChainJoint& limits = joint(i);
     if (joints[i] < limits.lower - kRounding || joints[i] > limits.upper + kRounding) {
       return {Reason::kOutsideLimits, limits.name + " at " + std::to_string(joints[i]) + " is outside of " +
@@ -220,6 +220,16 @@ Outcome PlanningModel::check_limits(const Joints& joints) const {
     }
   }
   return {};
+}
+
+std::vector<size_t> PlanningModel::joints_of(const std::vector<std::string>& chains) const {
+  std::vector<size_t> indices;
+  for (const Chain& chain : chains_) {
+    if (std::find(chains.begin(), chains.end(), chain.name) != chains.end()) {
+      indices.insert(indices.end(), chain.indices.begin(), chain.indices.end());
+    }
+  }
+  return indices;
 }
 
 }  // namespace norvik::simulator::planning

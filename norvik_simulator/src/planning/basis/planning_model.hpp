@@ -66,10 +66,15 @@ class PlanningModel {
   // rows x, y, z, then rotation about x, y, z.
   std::vector<KDL::Twist> jacobian(size_t link, const std::vector<size_t>& columns, const Joints& joints) const;
 
-  // Empty description: all right. Tests the number of joints and that they are numbers.
+  // Tests the number of joints and that they are numbers.
   Outcome check(const RobotState& state) const;
-  // The first joint outside of its limits, with a margin for rounding.
-  Outcome check_limits(const Joints& joints) const;
+  // The first of `indices` outside of its limits, with a margin for rounding.
+  Outcome check_limits(const Joints& joints, const std::vector<size_t>& indices) const;
+  // The indices of all joints of chains, in their order; unknown chains are left out.
+  std::vector<size_t> joints_of(const std::vector<std::string>& chains) const;
+  // For chains of one's own.
+  const KDL::Segment& segment(size_t link) const { return links_[link].segment; }
+  std::optional<size_t> joint_before(size_t link) const { return links_[link].joint; }
 
  private:
   PlanningModel() = default;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "planning/scene/body.hpp"
+
 namespace norvik::simulator::planning {
 
 namespace {
@@ -62,7 +64,7 @@ Outcome Scene::place(const PlanningModel& model, const ObjectSpec& spec, const R
     return parent.outcome;
   }
   const KDL::Frame in_world = parent.pose * spec.pose;
-  object = {spec, "", in_world};
+  object = {spec, "", in_world, make_geometry(spec.shape, spec.safe_margin)};
   if (attach) {
     object.link = link_of(model, spec.parent);
     object.pose = frame_pose(model, FrameRef::link(object.link), state).pose.Inverse() * in_world;

@@ -9,6 +9,11 @@
 #include "planning/basis/planning_model.hpp"
 #include "planning/scene/shape.hpp"
 
+namespace fcl {
+template <typename S>
+class CollisionGeometry;
+}
+
 namespace norvik::simulator::planning {
 
 // A body that a caller describes. Names are free, but not empty.
@@ -26,6 +31,7 @@ struct SceneObject {
   ObjectSpec spec;   // As it was given.
   std::string link;  // That carries it; empty: it stands in the world.
   KDL::Frame pose;   // In the link, or in the world.
+  std::shared_ptr<const fcl::CollisionGeometry<double>> geometry = {};  // Of the shape, grown by the margin if it can.
 };
 
 // What surrounds the robot and what it holds. A value: a copy is independent and cheap, as objects are shared. Const
