@@ -7,7 +7,7 @@
 
 #include "control/control_client.hpp"
 #include "model/model_folder.hpp"
-#include "navigation/map_file.hpp"
+#include "navigation/map/map_file.hpp"
 #include "navigation/obstacles.hpp"
 #include "options.hpp"
 #include "ovimux/ovimux.hpp"

@@ -4,7 +4,7 @@
 #include <regex>
 #include <CLI/CLI.hpp>
 
-#include "navigation/map_file.hpp"
+#include "navigation/map/map_file.hpp"
 
 namespace norvik::simulator {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "model/robot_model.hpp"
-#include "navigation/occupancy_grid.hpp"
+#include "navigation/map/occupancy_grid.hpp"
 #include "sight/sensor_settings.hpp"
 
 namespace norvik::simulator {

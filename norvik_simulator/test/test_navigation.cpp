@@ -9,7 +9,7 @@
 #include <random>
 #include <nlohmann/json.hpp>
 
-#include "navigation/map_file.hpp"
+#include "navigation/map/map_file.hpp"
 #include "navigation/navigation.hpp"
 #include "sight/scene.hpp"
 #include "support/temp_dir.hpp"

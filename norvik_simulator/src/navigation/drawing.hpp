@@ -3,7 +3,7 @@
 #include <vector>
 #include <opencv2/core.hpp>
 
-#include "navigation/occupancy_grid.hpp"
+#include "navigation/map/occupancy_grid.hpp"
 
 namespace norvik::simulator {
 

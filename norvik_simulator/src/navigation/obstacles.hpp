@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "navigation/occupancy_grid.hpp"
-#include "navigation/shapes.hpp"
+#include "navigation/map/occupancy_grid.hpp"
+#include "navigation/map/shapes.hpp"
 #include "world/surroundings.hpp"
 
 namespace norvik::simulator {

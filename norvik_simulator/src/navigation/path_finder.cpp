@@ -4,7 +4,7 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "navigation/grid_search.hpp"
+#include "navigation/map/grid_search.hpp"
 
 namespace norvik::simulator {
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "navigation/occupancy_grid.hpp"
+#include "navigation/map/occupancy_grid.hpp"
 #include "navigation/route.hpp"
 
 namespace norvik::simulator {

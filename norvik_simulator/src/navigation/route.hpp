@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "navigation/shapes.hpp"
+#include "navigation/map/shapes.hpp"
 
 namespace norvik::simulator {
 

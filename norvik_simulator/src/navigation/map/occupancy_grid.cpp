@@ -1,4 +1,4 @@
-#include "navigation/occupancy_grid.hpp"
+#include "navigation/map/occupancy_grid.hpp"
 
 #include <algorithm>
 #include <cmath>

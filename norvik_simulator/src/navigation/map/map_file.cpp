@@ -1,4 +1,4 @@
-#include "navigation/map_file.hpp"
+#include "navigation/map/map_file.hpp"
 
 #include <yaml-cpp/yaml.h>
 

@@ -1,4 +1,4 @@
-#include "navigation/shapes.hpp"
+#include "navigation/map/shapes.hpp"
 
 #include <algorithm>
 #include <cmath>

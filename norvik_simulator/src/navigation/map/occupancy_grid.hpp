@@ -3,7 +3,7 @@
 #include <vector>
 #include <opencv2/core.hpp>
 
-#include "navigation/shapes.hpp"
+#include "navigation/map/shapes.hpp"
 
 namespace norvik::simulator {
 

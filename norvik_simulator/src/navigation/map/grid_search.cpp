@@ -1,4 +1,4 @@
-#include "navigation/grid_search.hpp"
+#include "navigation/map/grid_search.hpp"
 
 #include <algorithm>
 #include <cmath>

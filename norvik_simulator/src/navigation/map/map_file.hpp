@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "navigation/occupancy_grid.hpp"
+#include "navigation/map/occupancy_grid.hpp"
 
 namespace norvik::simulator {
 
