@@ -242,7 +242,7 @@ TEST(Navigation, EndsAsItShould) {
       {"too late", late, nothing, TaskStatus::kFailed, "not there in time"},
       {"in the table", goal_task({2.2, 0.0, 0.0}), nothing, TaskStatus::kOccupied, "the goal lies in an obstacle"},
       {"outside", goal_task({40.0, 0.0, 0.0}), nothing, TaskStatus::kOccupied, "the goal lies in an obstacle"},
-      {"shut off", goal_task({8.0, 10.0, 0.0}), nothing, TaskStatus::kOccupied, "the goal lies in an obstacle"},
+      {"shut off", goal_task({8.0, 10.0, 0.0}), nothing, TaskStatus::kFailed, "no way to the goal"},
       {"stopped", far, [](Drive& drive) { EXPECT_EQ(drive.navigation.stop(), ""); }, TaskStatus::kInterrupted,
        "stopped"},
       {"doors closed on the way", far, wall_off, TaskStatus::kCloseToObstacle, "something is in the way"},

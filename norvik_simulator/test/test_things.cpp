@@ -27,7 +27,7 @@ class Stage {
     std::string error;
     auto kinematics = Kinematics::load(*robot, NORVIK_SIMULATOR_MODEL_DIR, error);
     world_ = std::make_unique<World>(std::move(*robot), std::move(*kinematics), seed);
-    world_->set_position("torso_lift_joint1", 0.6);  // Of the R5: up.
+    world_->set_position("torso_lift_joint1", 0.4);  // Of the R5: up.
   }
 
   World& world() { return *world_; }

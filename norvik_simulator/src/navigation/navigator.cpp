@@ -9,7 +9,7 @@ namespace norvik::simulator {
 namespace {
 
 constexpr double kResolution = 0.05;          // m
-constexpr double kLeastClearance = 0.015;     // m; nearer it does not go to what it can see
+constexpr double kLeastClearance = 0.01;      // m; nearer it does not go to what it can see
 constexpr double kLongestWait = 3.0;          // s for something in the way to leave
 constexpr double kSearchPause = 0.5;          // s between searches while it waits
 constexpr double kMostDeviation = 0.4;        // m beside the way before it looks for another

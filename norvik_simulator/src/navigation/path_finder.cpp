@@ -10,7 +10,7 @@ namespace norvik::simulator {
 
 namespace {
 
-constexpr double kLeastClearance = 0.02;  // m, of the outline; below it a goal counts as occupied
+constexpr double kLeastClearance = 0.03;  // m, of the outline; below it a goal counts as occupied
 constexpr double kMargin = 0.05;          // m that the way keeps beyond what turning takes
 constexpr double kLiked = 0.4;            // m beyond that are better still
 constexpr double kBerthRange = 1.5;       // m

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <Eigen/Dense>
 #include <kdl/chainfksolverpos_recursive.hpp>
-#include <kdl/chainiksolverpos_nr_jl.hpp>
-#include <kdl/chainiksolvervel_wdls.hpp>
+#include <kdl/chainjnttojacsolver.hpp>
 
 #include "planning/motion/joint_bounds.hpp"
 
@@ -14,6 +14,8 @@ namespace {
 
 constexpr double kExactMetres = 1e-5;
 constexpr double kExactRadians = 1e-4;
+
+using Vector6 = Eigen::Matrix<double, 6, 1>;
 
 }  // namespace
 
@@ -67,19 +69,60 @@ bool IkSolver::is_at(const Joints& joints, const KDL::Frame& pose) const {
   return true;
 }
 
-std::optional<Joints> IkSolver::descend(const Joints& seed, const KDL::Frame& pose) const {
-  constexpr int kIterations = 100;
+// Levenberg and Marquardt's steps, cut off at the limits: a joint that is at one and would leave it stays where it is.
+KDL::JntArray IkSolver::approach(KDL::JntArray joints, const KDL::Frame& pose) const {
+  constexpr int kIterations = 80;
+  constexpr double kLeastDamping = 1e-9;
+  constexpr double kMostDamping = 1e3;
   KDL::ChainFkSolverPos_recursive forward(chain_);
-  KDL::ChainIkSolverVel_wdls velocity(chain_);
-  velocity.setEps(0.05);
-  velocity.setLambda(0.1);
-  KDL::ChainIkSolverPos_NR_JL solver(chain_, lower_, upper_, forward, velocity, kIterations, kExactMetres / 2.0);
+  KDL::ChainJntToJacSolver jacobian_solver(chain_);
+  KDL::Jacobian jacobian(joints.rows());
+  const auto miss_of = [&](const KDL::JntArray& at) {
+    KDL::Frame reached;
+    forward.JntToCart(at, reached);
+    const KDL::Twist miss = KDL::diff(reached, pose);
+    return Vector6(
+        (Vector6() << miss.vel.x(), miss.vel.y(), miss.vel.z(), miss.rot.x(), miss.rot.y(), miss.rot.z()).finished());
+  };
+  Vector6 miss = miss_of(joints);
+  double damping = 1e-3;
+  for (int i = 0; i < kIterations && damping < kMostDamping; ++i) {
+    if (miss.head<3>().norm() < kExactMetres / 2.0 && miss.tail<3>().norm() < kExactRadians / 2.0) {
+      break;
+    }
+    jacobian_solver.JntToJac(joints, jacobian);
+    Eigen::MatrixXd steep = jacobian.data;
+    const Eigen::VectorXd wanted = steep.transpose() * miss;
+    for (unsigned q = 0; q < joints.rows(); ++q) {
+      if ((joints(q) <= lower_(q) && wanted(q) < 0.0) || (joints(q) >= upper_(q) && wanted(q) > 0.0)) {
+        steep.col(q).setZero();
+      }
+    }
+    const Eigen::MatrixXd normal =
+        steep.transpose() * steep + damping * Eigen::MatrixXd::Identity(steep.cols(), steep.cols());
+    const Eigen::VectorXd step = normal.ldlt().solve(steep.transpose() * miss);
+    KDL::JntArray next = joints;
+    for (unsigned q = 0; q < joints.rows(); ++q) {
+      next(q) = std::clamp(joints(q) + step(q), lower_(q), upper_(q));
+    }
+    const Vector6 nearer = miss_of(next);
+    if (nearer.squaredNorm() < miss.squaredNorm()) {
+      joints = next;
+      miss = nearer;
+      damping = std::max(kLeastDamping, damping / 10.0);
+    } else {
+      damping *= 10.0;
+    }
+  }
+  return joints;
+}
+
+std::optional<Joints> IkSolver::descend(const Joints& seed, const KDL::Frame& pose) const {
   KDL::JntArray from(lower_.rows());
-  KDL::JntArray found(lower_.rows());
   for (unsigned i = 0; i < from.rows(); ++i) {
     from(i) = std::clamp(seed[indices_[i]], lower_(i), upper_(i));
   }
-  solver.CartToJnt(from, pose, found);
+  const KDL::JntArray found = approach(from, pose);
   Joints joints = rest_;
   for (unsigned i = 0; i < found.rows(); ++i) {
     joints[indices_[i]] = found(i);

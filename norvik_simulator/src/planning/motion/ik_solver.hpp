@@ -28,6 +28,7 @@ class IkSolver {
   KDL::Frame tip_pose(const Joints& joints) const;
 
  private:
+  KDL::JntArray approach(KDL::JntArray joints, const KDL::Frame& pose) const;
   bool is_at(const Joints& joints, const KDL::Frame& pose) const;
 
   const PlanningModel& model_;
