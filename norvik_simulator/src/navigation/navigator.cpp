@@ -10,6 +10,7 @@ namespace {
 
 constexpr double kResolution = 0.05;          // m
 constexpr double kLeastClearance = 0.01;      // m; nearer it does not go to what it can see
+constexpr double kOfVelocity = 0.999;         // of the limit: a ramp in steps goes 0.02 % beyond where it is to end
 constexpr double kLongestWait = 3.0;          // s for something in the way to leave
 constexpr double kSearchPause = 0.5;          // s between searches while it waits
 constexpr double kMostDeviation = 0.4;        // m beside the way before it looks for another
@@ -161,6 +162,7 @@ Search Navigator::plan(const Moment& moment) const {
 MotionLimits Navigator::limits_of(const Target& target) const {
   MotionLimits limits = scaled(settings_.limits, target.scales);
   for (size_t i = 0; i < 3; ++i) {
+    limits.velocity[i] *= kOfVelocity;
     limits.acceleration[i] = std::min(limits.acceleration[i], i < 2 ? kChassisAcceleration : kChassisTurn);
   }
   return limits;
@@ -219,7 +221,13 @@ void Navigator::wait_for_way(const Moment& moment) {
   if (moment.time - blocked_since_ > kLongestWait) {
     return end(TaskStatus::kCloseToObstacle, "something is in the way");
   }
-  if (!is_at_rest(follower_.twist()) || moment.time - planned_ < kSearchPause) {
+  if (!is_at_rest(follower_.twist())) {
+    return;
+  }
+  if (target_ + 1 == task_.targets.size() && is_arrived(moment)) {
+    return end(TaskStatus::kSuccess, "arrived");  // Near enough, with something beside the goal.
+  }
+  if (moment.time - planned_ < kSearchPause) {
     return;
   }
   planned_ = moment.time;

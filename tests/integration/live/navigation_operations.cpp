@@ -185,8 +185,12 @@ std::vector<NavigationOperation> task_operations() {
                               "invalid attach box input"},
             kNotReady, "attach box request timeout"),
       plain("detach_box_from_link", kPlan,
-            {status_of([](auto& n) { return n.detach_box_from_link(3); }), "SUCCESS", ""}, {}, kNotReady,
-            "detach box request timeout"),
+            {status_of([=](auto& n) {
+               n.attach_box_to_link(box);
+               return n.detach_box_from_link(box.box_tag);
+             }),
+             "SUCCESS", ""},
+            {}, kNotReady, "detach box request timeout"),
   };
 }
 
