@@ -15,8 +15,8 @@ namespace {
 
 const std::vector<std::string> kLeftArm = {groups::kLeftArm};
 const std::vector<double> kTarget = {0.3, -0.4, 0.0, -0.8, 0.0, 0.3, 0.0};  // radians
-constexpr double kTolerance = 0.02;                                        // radians
-constexpr double kPatience = 45.0;                                         // seconds
+constexpr double kTolerance = 0.02;                                         // radians
+constexpr double kPatience = 45.0;                                          // seconds
 
 void print_joints(NorvikRobot& robot, const std::string& title) {
   std::cout << title << "\n  joint              position [rad]  velocity [rad/s]\n";

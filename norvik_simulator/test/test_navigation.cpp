@@ -171,7 +171,8 @@ TEST_P(Driving, ReachesOrRightlyRefusesAHundredGoals) {
       // In a wall, on a table, in the cart's way, or in the part of the map that no door leads to.
       const bool shut_off = goal.x > 3.5 && goal.y > 6.9;
       EXPECT_TRUE(end.status == TaskStatus::kOccupied || (end.status == TaskStatus::kFailed && shut_off))
-          << static_cast<int>(end.status) << ' ' << end.message << " at " << there.x << ' ' << there.y << ' ' << there.yaw;
+          << static_cast<int>(end.status) << ' ' << end.message << " at " << there.x << ' ' << there.y << ' '
+          << there.yaw;
       EXPECT_TRUE(shut_off || (goal.y > 6.2 && goal.y < 8.0) ||
                   stands_in_something(scene, drive.time, goal, half_length + 0.03, half_width + 0.03));
     }

@@ -214,7 +214,7 @@ bool set_position_limit(const DataChecker& checker, const std::vector<Kinematics
   const Limits limits = limits_of(boundary);
   if (boundaries.size() > 1) {
     SDK_LOG(warning) << name << " holds " << boundaries.size() << " chains, only that of " << boundary.chain_name
-                  << " is sent.";
+                     << " is sent.";
   }
   if (tells_nothing(limits)) {
     return true;
