@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # From a fresh clone to a robot that moves: installs what is missing, builds, starts a simulated robot, and runs some of
-# the examples against it: an arm goes around a box as the planner tells it and moves to a place, the base drives, a
-# gripper closes on an object, pictures are saved in build/demo/pictures, and at last the arm refuses a command. Ends by
-# itself; exit status 0 only if arm, base, gripper and planner did what they were told and every camera gave a picture.
+# the examples against it: an arm goes around a box as the planner tells it and moves to a place, the base drives and
+# finds its way to two goals, a gripper closes on an object, pictures are saved in build/demo/pictures, and at last the
+# arm refuses a command. Ends by itself; exit status 0 only if arm, base, navigation, gripper and planner did what they
+# were told and every camera gave a picture.
 #
 #   ./scripts/demo.sh [--model k2|r5] [--jobs N]
 #
@@ -26,7 +27,7 @@ done
 readonly demo_dir=$PWD/build/demo
 readonly log=$demo_dir/demo.log robot_output=$demo_dir/robot.out arm_output=$demo_dir/move_arm.out
 readonly example_output=$demo_dir/example.out install_dir=$demo_dir/install
-readonly examples=(move_arm drive_base pick_with_gripper save_pictures plan_around_box) picture_dir=$demo_dir/pictures
+readonly examples=(move_arm drive_base drive_to_goal pick_with_gripper save_pictures plan_around_box) picture_dir=$demo_dir/pictures
 mkdir -p "$demo_dir"
 : >"$log"
 
@@ -119,14 +120,14 @@ export OVIMUX_DOMAIN_ID OVIMUX_LOCALHOST_ONLY=1 NORVIK_SDK_SKIP_VERSION_CHECK=1 
 export PATH=$install_dir/bin:$PATH
 
 say "Starting the simulated robot, model $model (DDS domain $OVIMUX_DOMAIN_ID, this machine only)"
+mkdir -p "$picture_dir"
 : >"$robot_output"
-norvik_simulator --model "$model" >"$robot_output" 2>>"$log" &
+norvik_simulator --model "$model" --picture-folder "$picture_dir" >"$robot_output" 2>>"$log" &
 robot=$!
 wait_for "$robot_output" '^norvik_simulator ready' "$robot" 20 || die "the simulated robot did not start"
 cat "$robot_output" | tee -a "$log"
 
 planned=false
-mkdir -p "$picture_dir"
 run_example plan_around_box "$picture_dir" && planned=true
 
 say "Running examples/move_arm"
@@ -136,10 +137,13 @@ arm=$!
 tail -n +1 -f --pid="$arm" "$arm_output" | tee -a "$log" &
 tail=$!
 
-driven=false holds=false sees=false
+driven=false found=false holds=false sees=false
 if wait_for "$arm_output" '^Waiting for a command to be refused' "$arm" 90; then
   # Meanwhile other programs use the same robot.
   run_example drive_base && driven=true
+  run_example drive_to_goal && found=true
+  say "Drawing the map and the way driven: $picture_dir/way.png"
+  tell_robot '{"op":"draw_map","file":"way.png"}'
   say "Placing an object of 40 mm between the fingers of the left gripper"
   tell_robot '{"op":"place_object","group":"left_gripper","width_mm":40}'
   run_example pick_with_gripper && holds=true
@@ -162,7 +166,7 @@ robot=
 
 arrived=false
 grep -q '^The arm arrived' "$arm_output" && arrived=true
-say "Arm arrived: $arrived; base driven: $driven; gripper holds the object: $holds; pictures saved: $sees; \
+say "Arm arrived: $arrived; base driven: $driven; goals reached: $found; gripper holds the object: $holds; pictures saved: $sees; \
 went around the box: $planned"
 say "move_arm ended with $status, the simulated robot with $robot_status. Log: $log"
-$arrived && $driven && $holds && $sees && $planned && [ "$status" -eq 0 ]
+$arrived && $driven && $found && $holds && $sees && $planned && [ "$status" -eq 0 ]
