@@ -141,13 +141,13 @@ driven=false found=false holds=false sees=false
 if wait_for "$arm_output" '^Waiting for a command to be refused' "$arm" 90; then
   # Meanwhile other programs use the same robot.
   run_example drive_base && driven=true
-  run_example drive_to_goal && found=true
-  say "Drawing the map and the way driven: $picture_dir/way.png"
-  tell_robot '{"op":"draw_map","file":"way.png"}'
   say "Placing an object of 40 mm between the fingers of the left gripper"
   tell_robot '{"op":"place_object","group":"left_gripper","width_mm":40}'
   run_example pick_with_gripper && holds=true
   run_example save_pictures "$picture_dir" && sees=true
+  run_example drive_to_goal && found=true
+  say "Drawing the map and the way driven: $picture_dir/way.png"
+  tell_robot '{"op":"draw_map","file":"way.png"}'
   fault='{"op":"error","group":"left_arm","code":196609,"description":"motor too hot"}'
   say "Injecting a fault: norvik_simulator --control '$fault'"
   tell_robot "$fault"
