@@ -55,7 +55,7 @@ bool fits_matrix(uint32_t height, uint32_t width) {
 cv::Mat parse_proto_image(const norvik::sensor_proto::Image& image) {
   const std::string& data = image.data();
   if (image.height() == 0 || image.width() == 0 || data.empty()) {
-    SDK_LOG(warning) << "parse_proto_image: empty image (h=" << image.height() << ", w=" << image.width()
+    SDK_LOG(warning) << "parse_proto_image: empty image (h=" << image.height() << " w=" << image.width()
                      << " data_size=" << data.size() << ")";
     return {};
   }
@@ -68,7 +68,7 @@ cv::Mat parse_proto_image(const norvik::sensor_proto::Image& image) {
   const uint64_t step = image.step() == 0 ? row_bytes : image.step();
   if (!fits_matrix(image.height(), image.width()) || !holds_rows(data.size(), image.height(), step, row_bytes) ||
       step % CV_ELEM_SIZE1(encoding->type) != 0) {
-    SDK_LOG(error) << "parse_proto_image: size does not fit (h=" << image.height() << ", w=" << image.width()
+    SDK_LOG(error) << "parse_proto_image: size does not fit (h=" << image.height() << " w=" << image.width()
                    << " step=" << step << " encoding='" << image.encoding() << "' data_size=" << data.size() << ")";
     return {};
   }
