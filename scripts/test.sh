@@ -91,8 +91,8 @@ run_examples() {
   rm -rf build/examples
   cmake -S examples -B build/examples -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$stage_dir" &&
     cmake --build build/examples -j"$jobs" &&
-    PATH="$stage_dir/bin:$PATH" OVIMUX_DOMAIN_ID=100 OVIMUX_LOCALHOST_ONLY=1 NORVIK_SDK_SKIP_VERSION_CHECK=1 \
-      ctest --test-dir build/examples --output-on-failure --timeout 120
+    PATH="$stage_dir/bin:$PATH" OVIMUX_LOCALHOST_ONLY=1 NORVIK_SDK_SKIP_VERSION_CHECK=1 \
+      ctest --test-dir build/examples -j2 --output-on-failure --timeout 120
 }
 
 # The thread sanitizer of GCC 12 does not start on kernels that randomise addresses as widely as today's do.
