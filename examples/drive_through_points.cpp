@@ -37,7 +37,7 @@ bool drive(NorvikNavigation& navigation) {
   }
 
   const Pose before = navigation.get_current_pose();
-  const double radius = 0.7;
+  const double radius = 0.4;  // The wall is near.
   const TaskHandle along = navigation.navigate_along_trajectory(quarter_circle(radius), "base_link", 0.5F);
   if (!examples::follow_task(navigation, along, 30.0)) {
     return false;
